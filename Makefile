@@ -1,0 +1,63 @@
+# The one door for people; CMakePresets.json says how the trees under build/ are configured.
+.DEFAULT_GOAL := help
+.DELETE_ON_ERROR:
+SHELL := /bin/bash
+
+# What is built and tested: make TARGET=i686 ... does it for one of them.
+ALL_TARGETS := i686 powerpc
+TARGETS := $(or $(TARGET),$(ALL_TARGETS))
+RUN_TARGET := $(or $(TARGET),i686)
+# Further options for cmake, such as -DZATOSW_TOOLCHAIN_PREFIX=/opt/firmware/bin/powerpc-linux-gnu-
+CMAKE_ARGS ?=
+# Further options for ctest, such as -R mutex
+CTEST_ARGS ?=
+# Arguments of the example program
+ARGS ?=
+JOBS ?= $(shell nproc)
+
+SETUP := cmake/setup.sh
+
+.PHONY: help
+help: ## Show this list
+	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / { printf "  make %-16s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
+	@echo "  One target only: TARGET=i686 or TARGET=powerpc"
+
+.PHONY: setup setup-check setup-bench setup-all
+setup: ## Install what building, running and testing need
+	@$(SETUP) base
+setup-check:
+	@$(SETUP) base check
+setup-bench:
+	@$(SETUP) base bench
+setup-all: ## Install what any of these commands needs
+	@$(SETUP) base check bench
+
+# Configures where nothing is configured yet, after a change of the presets, or with new options;
+# CMake itself notices all else. Two makes in one tree take turns.
+configure = if [ ! -e build/$(1)/build.ninja ] || [ CMakePresets.json -nt build/$(1)/build.ninja ] \
+	|| [ -n "$(strip $(CMAKE_ARGS))" ]; then cmake --preset $(1) $(CMAKE_ARGS); fi
+build_tree = mkdir -p build/$(1) && exec 9>build/$(1)/.lock && flock 9 \
+	&& { $(call configure,$(1)); } 9>&- && cmake --build build/$(1) -j $(JOBS) 9>&-
+run_suite = ctest --preset $(1) -j $(JOBS) $(CTEST_ARGS)
+
+.PHONY: build
+build: ## Build the library, tests and examples for both targets
+	@set -e; for target in $(TARGETS); do ( $(call build_tree,$$target) ); done
+
+.PHONY: run
+run: setup ## Run the example program `watch` (ARGS="..." are its arguments)
+	@$(call build_tree,$(RUN_TARGET))
+	@build/$(RUN_TARGET)/run-on-target build/$(RUN_TARGET)/examples/watch $(ARGS)
+
+.PHONY: test
+test: setup build ## Run the whole test suite on both targets
+	@failed=; \
+	for target in $(TARGETS); do \
+	    echo "== tests on $$target"; \
+	    $(call run_suite,$$target) || failed="$$failed $$target"; \
+	done; \
+	if [ -n "$$failed" ]; then echo "Tests failed on:$$failed"; exit 1; fi
+
+.PHONY: clean
+clean: ## Remove everything that was built
+	rm -rf build

@@ -1,0 +1,49 @@
+#!/bin/bash
+# Installs the Debian packages that the given groups need; silent where nothing is missing.
+#   setup.sh GROUP...      groups: base check bench
+set -eu
+
+# Build, run and test. The 32-bit x86 programs run on this machine's own lib32 libraries.
+# (gcc-multilib would bring a compiler for them, too, but excludes the cross compilers.)
+base="cmake ninja-build make util-linux googletest qemu-user
+      g++-i686-linux-gnu libc6-i386 lib32gcc-s1 lib32stdc++6 g++-powerpc-linux-gnu"
+
+wanted=
+for group; do
+    case $group in
+    base) wanted+=" $base" ;;
+    *) echo "setup.sh: unknown group: $group" >&2; exit 2 ;;
+    esac
+done
+
+missing_packages() {
+    local package
+    for package in $wanted; do
+        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+            echo "$package"
+    done
+}
+
+missing=$(missing_packages)
+[ -n "$missing" ] || exit 0
+missing=${missing//$'\n'/ }
+
+give_up() {
+    echo "setup: $1" >&2
+    echo "setup: these Debian packages are missing: $missing" >&2
+    exit 1
+}
+
+command -v apt-get >/dev/null || give_up "this machine has no apt-get"
+as_root=
+if [ "$(id -u)" -ne 0 ]; then
+    as_root=sudo
+    command -v sudo >/dev/null || give_up "installing needs root, and there is no sudo"
+fi
+
+echo "setup: installing $missing"
+export DEBIAN_FRONTEND=noninteractive
+$as_root apt-get update -qq </dev/null || give_up "apt-get update failed"
+# shellcheck disable=SC2086
+$as_root apt-get install -qq -y --no-remove --no-install-recommends $missing </dev/null ||
+    give_up "apt-get install failed"
