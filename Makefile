@@ -38,6 +38,7 @@ configure = if [ ! -e build/$(1)/build.ninja ] || [ CMakePresets.json -nt build/
 	|| [ -n "$(strip $(CMAKE_ARGS))" ]; then cmake --preset $(1) $(CMAKE_ARGS); fi
 build_tree = mkdir -p build/$(1) && exec 9>build/$(1)/.lock && flock 9 \
 	&& { $(call configure,$(1)); } 9>&- && cmake --build build/$(1) -j $(JOBS) 9>&-
+sources = find core_src tests examples bench \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) -print0
 run_suite = ctest --preset $(1) -j $(JOBS) $(CTEST_ARGS)
 
 .PHONY: build
@@ -57,6 +58,49 @@ test: setup build ## Run the whole test suite on both targets
 	    $(call run_suite,$$target) || failed="$$failed $$target"; \
 	done; \
 	if [ -n "$$failed" ]; then echo "Tests failed on:$$failed"; exit 1; fi
+
+# Each check stands alone; together, all of them run before the failed ones are named.
+CHECKS := check-format check-tidy check-asan check-memcheck check-drd
+
+.PHONY: check $(CHECKS)
+check: setup-check ## Run the suite under the checkers, and look at the sources
+	@failed=; \
+	for check in $(CHECKS); do \
+	    echo "== $$check"; \
+	    $(MAKE) --no-print-directory $$check || failed="$$failed $$check"; \
+	done; \
+	if [ -n "$$failed" ]; then echo "Failed:$$failed"; exit 1; fi; \
+	echo "All checks passed"
+check-asan: setup-check ## The suite under AddressSanitizer and UBSan
+	@$(call build_tree,asan)
+	@$(call run_suite,asan)
+check-memcheck: setup-check ## The suite under valgrind's memory checker
+	@$(call build_tree,i686)
+	@$(call run_suite,memcheck)
+check-drd: setup-check ## The suite under valgrind's data race checker
+	@$(call build_tree,i686)
+	@$(call run_suite,drd)
+check-tidy: setup-check ## The sources under clang-tidy
+	@$(call build_tree,i686)
+	@cmake/tidy.sh build/i686 $(JOBS)
+check-format: setup-check ## Whether the sources are formatted
+	@$(sources) | xargs -0 clang-format --dry-run -Werror && echo "All sources are formatted"
+
+.PHONY: format
+format: setup-check ## Format the sources
+	@$(sources) | xargs -0 clang-format -i
+
+.PHONY: bench
+bench: setup-bench ## Measure (ARGS="--benchmark_filter=..." and the like)
+	@$(call build_tree,bench)
+	@set -e; found=; \
+	for source in bench/*.cpp; do \
+	    [ -e "$$source" ] || break; \
+	    found=1; name=$$(basename "$$source" .cpp); \
+	    echo "== $$name"; \
+	    build/bench/run-on-target build/bench/bench/$$name $(ARGS); \
+	done; \
+	if [ -z "$$found" ]; then echo "bench/ has no benchmarks"; exit 1; fi
 
 .PHONY: clean
 clean: ## Remove everything that was built

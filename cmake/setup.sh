@@ -8,10 +8,19 @@ set -eu
 base="cmake ninja-build make util-linux googletest qemu-user
       g++-i686-linux-gnu libc6-i386 lib32gcc-s1 lib32stdc++6 g++-powerpc-linux-gnu"
 
+# Sanitizers, memory checkers and the reading of sources. The memory checkers replace functions of
+# the C library and find them by its debugging symbols, which exist for the system's own 32-bit C
+# library only, not for libc6-i386: libc6-dbg:i386 brings that library and takes its place.
+check="clang-tidy clang-format valgrind libc6-dbg:i386 lib32asan8 lib32ubsan1"
+
+bench="libbenchmark-dev:i386"
+
 wanted=
 for group; do
     case $group in
     base) wanted+=" $base" ;;
+    check) wanted+=" $check" ;;
+    bench) wanted+=" $bench" ;;
     *) echo "setup.sh: unknown group: $group" >&2; exit 2 ;;
     esac
 done
@@ -43,7 +52,11 @@ fi
 
 echo "setup: installing $missing"
 export DEBIAN_FRONTEND=noninteractive
-$as_root apt-get update -qq </dev/null || give_up "apt-get update failed"
+if [[ $missing == *:i386* ]] && ! dpkg --print-foreign-architectures | grep -qx i386; then
+    $as_root dpkg --add-architecture i386
+fi
+# A list that cannot be fetched may be none that is needed here; the installation will tell.
+$as_root apt-get update -qq </dev/null || echo "setup: apt-get update failed; trying nevertheless" >&2
 # shellcheck disable=SC2086
 $as_root apt-get install -qq -y --no-remove --no-install-recommends $missing </dev/null ||
     give_up "apt-get install failed"

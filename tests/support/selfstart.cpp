@@ -24,7 +24,9 @@ static std::map<std::string, RoleMain>& roles() {
     return known;
 }
 
-SelfRole::SelfRole(const char* name, RoleMain run) { roles()[name] = run; }
+SelfRole::SelfRole(const char* name, RoleMain run) {
+    roles()[name] = run;
+}
 
 // Resolved once: the path is that of the program, not of the emulator that interprets it, and
 // /proc/self/exe would name the shell or emulator that is started next.
@@ -39,7 +41,8 @@ std::vector<std::string> selfCommand(const std::string& role,
     std::vector<std::string> command;
     if (const char* runner = std::getenv("ZATOSW_TEST_RUNNER")) {
         std::istringstream words(runner);
-        for (std::string word; words >> word;) command.push_back(word);
+        for (std::string word; words >> word;)
+            command.push_back(word);
     }
     command.push_back(selfPath());
     command.push_back(kRoleOption + role);
@@ -49,7 +52,8 @@ std::vector<std::string> selfCommand(const std::string& role,
 
 pid_t spawn(const std::vector<std::string>& command) {
     std::vector<char*> argv;
-    for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
+    for (const std::string& word : command)
+        argv.push_back(const_cast<char*>(word.c_str()));
     argv.push_back(nullptr);
     pid_t child = -1;
     int error = posix_spawnp(&child, argv[0], nullptr, nullptr, argv.data(), environ);
