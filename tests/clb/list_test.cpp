@@ -48,18 +48,17 @@ TEST(PointerList, AgreesWithAModelAfterEveryRandomStep) {
 }
 
 TEST(PointerList, WalksToAPositionFromTheNearerEndAndFromTheFrontOnATie) {
-    Record records[5];
-    ClbLstHead list = {};
-    for (Record& record : records) {
-        zatCLBLstAdd(&list, &record);
+    Record records[4];
+    for (int32_t count : {3, 4}) {
+        ClbLstHead list = {};
+        for (int32_t i = 0; i < count; ++i) {
+            zatCLBLstAdd(&list, &records[i]);
+        }
+        /* With the way back cut off, only what is reached from the front is found. */
+        records[count - 1].links.prev = nullptr;
+        EXPECT_EQ(zatCLBLstNth(&list, 2), &records[1]);
+        EXPECT_EQ(zatCLBLstNth(&list, 3), count == 3 ? &records[2] : nullptr);
     }
-    /* With the links of the other direction cut, only the promised way leads to the node. */
-    for (Record& record : records) {
-        record.links.prev = nullptr;
-    }
-    EXPECT_EQ(zatCLBLstNth(&list, 2), &records[1]);
-    EXPECT_EQ(zatCLBLstNth(&list, 3), &records[2]);
-    EXPECT_EQ(zatCLBLstNth(&list, 4), nullptr);
 }
 
 TEST(PointerList, FreesEveryNodeFromPartition0) {
