@@ -35,7 +35,7 @@ void zatListInsert(Head* list, Node* after, Node* node) {
 
 /**
  * The words around the node are changed by what the node's own words say, not computed anew: a
- * back distance that leads astray (see zatListExtract) is carried along.
+ * back distance that leads astray (see zatCloseGap) is carried along.
  */
 template <typename Head, typename Node>
 void zatListDelete(Head* list, Node* node) {
