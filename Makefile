@@ -22,22 +22,20 @@ help: ## Show this list
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / { printf "  make %-16s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 	@echo "  One target only: TARGET=i686 or TARGET=powerpc"
 
-.PHONY: setup setup-check setup-bench setup-all
+.PHONY: setup setup-lint setup-sanitize setup-valgrind setup-bench setup-all
 setup: ## Install what building, running and testing need
 	@$(SETUP) base
-setup-check:
-	@$(SETUP) base check
-setup-bench:
-	@$(SETUP) base bench
+setup-lint setup-sanitize setup-valgrind setup-bench: setup-%:
+	@$(SETUP) base $*
 setup-all: ## Install what any of these commands needs
-	@$(SETUP) base check bench
+	@$(SETUP) base lint sanitize valgrind bench
 
 # Configures where nothing is configured yet, after a change of the presets, or with new options;
 # CMake itself notices all else. Two makes in one tree take turns.
 configure = if [ ! -e build/$(1)/build.ninja ] || [ CMakePresets.json -nt build/$(1)/build.ninja ] \
 	|| [ -n "$(strip $(CMAKE_ARGS))" ]; then cmake --preset $(1) $(CMAKE_ARGS); fi
 build_tree = mkdir -p build/$(1) && exec 9>build/$(1)/.lock && flock 9 \
-	&& { $(call configure,$(1)); } 9>&- && cmake --build build/$(1) -j $(JOBS) 9>&-
+	&& { $(call configure,$(1)); } 9>&- && cmake --build build/$(1) -j $(JOBS) $(2) 9>&-
 sources = find core_src tests examples bench \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) -print0
 run_suite = ctest --preset $(1) -j $(JOBS) $(CTEST_ARGS)
 
@@ -47,7 +45,7 @@ build: ## Build the library, tests and examples for both targets
 
 .PHONY: run
 run: setup ## Run the example program `watch` (ARGS="..." are its arguments)
-	@$(call build_tree,$(RUN_TARGET))
+	@$(call build_tree,$(RUN_TARGET),--target watch)
 	@build/$(RUN_TARGET)/run-on-target build/$(RUN_TARGET)/examples/watch $(ARGS)
 
 .PHONY: test
@@ -63,7 +61,7 @@ test: setup build ## Run the whole test suite on both targets
 CHECKS := check-format check-tidy check-asan check-memcheck check-drd
 
 .PHONY: check $(CHECKS)
-check: setup-check ## Run the suite under the checkers, and look at the sources
+check: ## Run the suite under the checkers, and look at the sources
 	@failed=; \
 	for check in $(CHECKS); do \
 	    echo "== $$check"; \
@@ -71,23 +69,23 @@ check: setup-check ## Run the suite under the checkers, and look at the sources
 	done; \
 	if [ -n "$$failed" ]; then echo "Failed:$$failed"; exit 1; fi; \
 	echo "All checks passed"
-check-asan: setup-check ## The suite under AddressSanitizer and UBSan
+check-asan: setup-sanitize ## The suite under AddressSanitizer and UBSan
 	@$(call build_tree,asan)
 	@$(call run_suite,asan)
-check-memcheck: setup-check ## The suite under valgrind's memory checker
+check-memcheck: ## The suite under valgrind's memory checker
 	@$(call build_tree,i686)
 	@$(call run_suite,memcheck)
-check-drd: setup-check ## The suite under valgrind's data race checker
+check-drd: setup-valgrind ## The suite under valgrind's data race checker
 	@$(call build_tree,i686)
 	@$(call run_suite,drd)
-check-tidy: setup-check ## The sources under clang-tidy
+check-tidy: setup-lint ## The sources under clang-tidy
 	@$(call build_tree,i686)
 	@cmake/tidy.sh build/i686 $(JOBS)
-check-format: setup-check ## Whether the sources are formatted
+check-format: setup-lint ## Whether the sources are formatted
 	@$(sources) | xargs -0 clang-format --dry-run -Werror && echo "All sources are formatted"
 
 .PHONY: format
-format: setup-check ## Format the sources
+format: setup-lint ## Format the sources
 	@$(sources) | xargs -0 clang-format -i
 
 .PHONY: bench

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that the given groups need; silent where nothing is missing.
-#   setup.sh GROUP...      groups: base check bench
+#   setup.sh GROUP...      groups: base lint sanitize valgrind bench
 set -eu
 
 # Build, run and test. The 32-bit x86 programs run on this machine's own lib32 libraries.
@@ -8,10 +8,14 @@ set -eu
 base="cmake ninja-build make util-linux googletest qemu-user
       g++-i686-linux-gnu libc6-i386 lib32gcc-s1 lib32stdc++6 g++-powerpc-linux-gnu"
 
-# Sanitizers, memory checkers and the reading of sources. The memory checkers replace functions of
-# the C library and find them by its debugging symbols, which exist for the system's own 32-bit C
-# library only, not for libc6-i386: libc6-dbg:i386 brings that library and takes its place.
-check="clang-tidy clang-format valgrind libc6-dbg:i386 lib32asan8 lib32ubsan1"
+lint="clang-tidy clang-format"
+
+sanitize="lib32asan8 lib32ubsan1"
+
+# The checkers replace functions of the C library and find them by its debugging symbols. Those
+# exist for the system's own 32-bit C library only, not for libc6-i386; libc6-dbg:i386 brings that
+# library, which then comes first.
+valgrind="valgrind libc6-dbg:i386"
 
 bench="libbenchmark-dev:i386"
 
@@ -19,7 +23,9 @@ wanted=
 for group; do
     case $group in
     base) wanted+=" $base" ;;
-    check) wanted+=" $check" ;;
+    lint) wanted+=" $lint" ;;
+    sanitize) wanted+=" $sanitize" ;;
+    valgrind) wanted+=" $valgrind" ;;
     bench) wanted+=" $bench" ;;
     *) echo "setup.sh: unknown group: $group" >&2; exit 2 ;;
     esac
