@@ -1,0 +1,61 @@
+/* Counting semaphores: units, handed over to a woken waiter. */
+
+#include "osw/count_sem.h"
+
+#include "osw/count_sem_private.h"
+#include "osw/mem_part.h"
+#include "osw/sem_private.h"
+
+static OswObjectKind& oswKindOf(const OswCountSem*) {
+    return oswCountSems;
+}
+
+static void oswReleaseRecord(OswCountSem* semaphore) {
+    zatOSWOrgFreeMemPart(0, semaphore);
+}
+
+static bool oswWaitMark(const OswCountSem*) {
+    return false;
+}
+
+static void consume(OswCountSem& semaphore) {
+    semaphore.count -= 1;
+}
+
+ZatStatus zatOSWCreateCountSem(ZatCountSem* semaphore, uint32_t, int32_t initialCount) {
+    OswCountSem* record = nullptr;
+    if (const ZatStatus status = oswSemAllocate(record, semaphore); status != ZAT_OK) return status;
+    record->count = initialCount;
+    return oswSemPublish(record, semaphore);
+}
+
+ZatStatus zatOSWDeleteCountSem(ZatCountSem semaphore) {
+    auto* record = oswRecord<OswCountSem>(semaphore);
+    OswSemLocks locks;
+    const ZatStatus error = oswSemEnter(record, locks);
+    return error == ZAT_OK ? oswSemDelete(record, locks) : error;
+}
+
+ZatStatus zatOSWPostCountSem(ZatCountSem semaphore) {
+    auto* record = oswRecord<OswCountSem>(semaphore);
+    OswSemLocks locks;
+    ZatStatus error = oswSemEnter(record, locks);
+    if (error != ZAT_OK) return error;
+    if (record->count >= 0) error = oswSemWakeOne(*record);
+    if (error == ZAT_OK) record->count += 1;
+    return error;
+}
+
+ZatStatus oswWaitCountSemHolding(ZatHandle semaphore, ZatTimeoutMs timeoutMs, OswLock& held) {
+    const auto tryNow = [](OswCountSem& record) {
+        if (record.waiters > 0 || record.count <= 0) return false;
+        consume(record);
+        return true;
+    };
+    return oswSemWait(oswRecord<OswCountSem>(semaphore), timeoutMs, tryNow, consume, held);
+}
+
+ZatStatus zatOSWWaitCountSem(ZatCountSem semaphore, ZatTimeoutMs timeoutMs) {
+    OswLock nothing;
+    return oswWaitCountSemHolding(semaphore, timeoutMs, nothing);
+}

@@ -1,0 +1,27 @@
+/* The record of an event semaphore; its address is the handle. */
+#ifndef ZATOSW_OSW_EVENT_SEM_PRIVATE_H
+#define ZATOSW_OSW_EVENT_SEM_PRIVATE_H
+
+#include <pthread.h>
+#include <stddef.h>
+
+#include "clb/list.h"
+#include "osw/types.h"
+
+struct OswEventSem {
+    ClbLstNode links;
+    uint32_t valid;
+    uint32_t handoff;
+    int32_t waiters;
+    uint32_t signalled; /* a post is pending */
+    pthread_cond_t cond;
+    pthread_mutex_t mutex;
+    /* Not part of the described record: */
+    uint32_t grants;
+    uint32_t standbys;
+};
+
+static_assert(offsetof(OswEventSem, valid) == 8 && offsetof(OswEventSem, waiters) == 16 &&
+              offsetof(OswEventSem, signalled) == 20);
+
+#endif

@@ -1,0 +1,82 @@
+/*
+ * A partition's memory: a header, then blocks in address order, then an end marker.
+ *
+ * Every block begins with a tag; the header's semaphore serialises all that touches the blocks, so
+ * that processes can share a partition. Positions inside a partition are byte distances from its
+ * header, and every step of a walk is checked against the header's end before it is taken.
+ */
+#ifndef ZATOSW_OSW_MEM_PART_PRIVATE_H
+#define ZATOSW_OSW_MEM_PART_PRIVATE_H
+
+#include <stddef.h>
+#include <sys/sem.h>
+
+#include "osw/status.h"
+
+struct MemPartHead {
+    uint32_t end;  /* distance to the end of the block area */
+    int32_t semId; /* guards the partition */
+    uint32_t curBytes;
+    uint32_t peakBytes;
+    uint32_t curBlocks;
+    uint32_t peakBlocks;
+};
+
+struct MemBlockTag {
+    uint32_t prevSize;  /* distance back to the previous tag, 0 for the first block */
+    uint32_t sizeFlags; /* size with tag, a multiple of 8; bit 0: allocated; 0: the end marker */
+};
+
+static_assert(sizeof(MemPartHead) == 24 && offsetof(MemPartHead, curBlocks) == 16);
+static_assert(sizeof(MemBlockTag) == 8 && offsetof(MemBlockTag, sizeFlags) == 4);
+
+constexpr uint32_t memUnit = 8; /* block sizes are multiples of it */
+constexpr uint32_t memFirstBlock = sizeof(MemPartHead);
+constexpr uint32_t memAllocated = 1;
+
+/* Where a search for a free block begins, and which part of a larger block it hands out. */
+enum class MemSide { Low, High };
+
+/* A size rounded up that would wrap becomes a size that no partition has. */
+constexpr uint32_t memTooLarge = 0xFFFFFFFFu;
+
+inline MemBlockTag* memTagAt(MemPartHead* part, uint32_t at) {
+    return reinterpret_cast<MemBlockTag*>(reinterpret_cast<uint8_t*>(part) + at);
+}
+
+inline uint32_t memBlockSize(const MemBlockTag* tag) {
+    return tag->sizeFlags & ~memAllocated;
+}
+
+inline bool memIsAllocated(const MemBlockTag* tag) {
+    return (tag->sizeFlags & memAllocated) != 0;
+}
+
+/* Sets the two semaphore operations that take and give back a partition. */
+void oswResetPartitionLock();
+
+/* Holds a partition until the end of the scope; the kernel gives it back if the process dies. */
+class OswPartitionLock {
+  public:
+    OswPartitionLock() = default;
+    OswPartitionLock(const OswPartitionLock&) = delete;
+    OswPartitionLock& operator=(const OswPartitionLock&) = delete;
+    ~OswPartitionLock();
+
+    /* 0 or the error number of the semaphore operation. */
+    ZatStatus take(const MemPartHead* part);
+
+  private:
+    const MemPartHead* held_ = nullptr;
+};
+
+/* The block calls on a partition that is not null; each takes the partition's lock. */
+ZatStatus oswPartAllocate(MemPartHead* part, MemSide side, uint32_t size, void** out);
+ZatStatus oswPartAllocateAligned(MemPartHead* part, MemSide side, uint32_t alignment, uint32_t size,
+                                 void** out);
+ZatStatus oswPartFree(MemPartHead* part, void* block);
+
+/* Whether a block's tag lies in the partition's block area. */
+bool oswPartContains(MemPartHead* part, const void* block);
+
+#endif

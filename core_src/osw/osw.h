@@ -1,0 +1,24 @@
+/**
+ * @file
+ * The OS wrapper: every zatOSW call inside one process, and the statuses.
+ */
+#ifndef ZATOSW_OSW_OSW_H
+#define ZATOSW_OSW_OSW_H
+
+#include "clock.h"
+#include "count_sem.h"
+#include "event_sem.h"
+#include "fixed_lock.h"
+#include "init.h"
+#include "mem_part.h"
+#include "msg_queue.h"
+#include "mutex_sem.h"
+#include "status.h"
+#include "task.h"
+#include "task_priority.h"
+#include "task_registry.h"
+#include "task_var.h"
+#include "timer.h"
+#include "types.h"
+
+#endif

@@ -1,0 +1,52 @@
+/*
+ * Stacks of tasks: where they lie, that they start clean, and how deep they were used.
+ *
+ * A stack is expected to read as zero where it was never used; its deepest use is found by counting
+ * the zero bytes from its low end.
+ */
+#ifndef ZATOSW_OSW_STACK_PRIVATE_H
+#define ZATOSW_OSW_STACK_PRIVATE_H
+
+#include <stdint.h>
+
+struct OswTaskRecord;
+
+/* Bytes at the low end of a stack that belong to its guard page. */
+constexpr uint32_t oswStackGuardSize = 4096;
+
+/* The calling thread's stack, as addresses. */
+struct OswStackMap {
+    uint32_t current; /* of a local variable of the query */
+    uint32_t lowest;  /* usable */
+    uint32_t highest;
+};
+
+/* False, with nothing written, when the thread library does not tell. */
+bool oswQueryStack(OswStackMap& map);
+
+/*
+ * Makes the calling thread's unused stack read as zero. The thread library hands used stacks out
+ * again, and does not clean them.
+ */
+void oswCleanStack(const OswStackMap& map);
+
+/* Refreshes stackPeak of a record whose stack is known and still there; under the registry lock. */
+void oswMeasureStack(OswTaskRecord& record);
+
+/* What a warning about a nearly used-up stack says; name is empty when none is due. */
+struct OswStackWarning {
+    uint32_t task;
+    char name[17];
+    uint32_t size;
+    uint32_t peak;
+    uint32_t percent;
+    bool due;
+};
+
+/* Measures a task that is about to end; under the registry lock, or on a removed record. */
+OswStackWarning oswCheckStack(OswTaskRecord& record);
+
+/* Reports the warning if one is due; call it without holding any lock. */
+void oswReportStack(const OswStackWarning& warning);
+
+#endif

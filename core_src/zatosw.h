@@ -1,0 +1,12 @@
+/**
+ * @file
+ * Everything that the library offers; each room's own header may be included instead.
+ */
+#ifndef ZATOSW_H
+#define ZATOSW_H
+
+#include "clb/clb.h"
+#include "osw/ipc/key.h"
+#include "osw/osw.h"
+
+#endif
