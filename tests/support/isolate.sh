@@ -7,6 +7,7 @@
 #   GEN_MSGQ_PATH        where the library keeps its key files, in that directory
 #   ZATOSW_TEST_RUNNER   the words before PROGRAM, by which a test can start itself again
 #   ZATOSW_EMULATED      1 if PROGRAM is emulated
+#   ZATOSW_SHARED_IPC    1 if no IPC namespace was permitted
 # ZATOSW_WRAPPER, a command such as a memory checker, is put before PROGRAM.
 # The exit status is the program's; 128 + n if signal n killed it.
 
@@ -43,6 +44,7 @@ elif unshare --map-current-user --ipc true 2>/dev/null; then
     isolation=(unshare --map-current-user --ipc --)
 else
     isolation=()
+    export ZATOSW_SHARED_IPC=1
     echo "isolate.sh: no IPC namespace permitted; System V objects are shared with this machine" >&2
 fi
 

@@ -36,7 +36,9 @@ std::vector<std::string> selfCommand(const std::string& role,
 
 /**
  * Starts a command that inherits environment and open files.
- * @return its process id, -1 if it cannot be started (errno tells why)
+ *
+ * @return its process id; -1 if it cannot be started (errno tells why). Under an emulator or a
+ *         memory checker, a missing program shows only by its exit status, 127.
  */
 pid_t spawn(const std::vector<std::string>& command);
 
