@@ -9,7 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 
 #include "support/selfstart.h"
@@ -72,21 +74,39 @@ TEST(Launcher, SeparatesSystemVObjectsOfAnother) {
 
 // A deleted task is cancelled where it waits, and cleans up: the target must be able to unwind from
 // a signal into the system call, which an emulator does not do by itself.
-static void* waitAndCleanUp(void* cleaned) {
-    pthread_cleanup_push([](void* flag) { *static_cast<bool*>(flag) = true; }, cleaned);
+struct Waiting {
+    std::atomic<pid_t> threadId{0};
+    std::atomic<bool> cleaned{false};
+};
+
+static void* waitAndCleanUp(void* argument) {
+    Waiting* waiting = static_cast<Waiting*>(argument);
+    pthread_cleanup_push([](void* ended) { static_cast<Waiting*>(ended)->cleaned = true; },
+                         waiting);
+    waiting->threadId = gettid();
     for (;;)
         pause();
     pthread_cleanup_pop(0);
 }
+
+// A thread that is cancelled earlier notices by itself when it comes to wait, without a signal.
+static bool sleeps(pid_t threadId) {
+    std::ifstream file("/proc/self/task/" + std::to_string(threadId) + "/stat");
+    std::string stat;
+    std::getline(file, stat);
+    return stat.find(") S ") != std::string::npos;
+}
+
 TEST(Target, UnwindsAThreadThatIsCancelledInASystemCall) {
-    bool cleaned = false;
+    Waiting waiting;
     pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, nullptr, waitAndCleanUp, &cleaned), 0);
+    ASSERT_EQ(pthread_create(&thread, nullptr, waitAndCleanUp, &waiting), 0);
+    ASSERT_TRUE(waitFor([&] { return waiting.threadId != 0 && sleeps(waiting.threadId); }));
     ASSERT_EQ(pthread_cancel(thread), 0);
     void* result = nullptr;
     ASSERT_EQ(pthread_join(thread, &result), 0);
     EXPECT_EQ(result, PTHREAD_CANCELED);
-    EXPECT_TRUE(cleaned);
+    EXPECT_TRUE(waiting.cleaned);
 }
 
 TEST(WaitFor, GivesUpNoEarlierThanItsLimit) {
