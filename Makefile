@@ -72,7 +72,7 @@ check: ## Run the suite under the checkers, and look at the sources
 check-asan: setup-sanitize ## The suite under AddressSanitizer and UBSan
 	@$(call build_tree,asan)
 	@$(call run_suite,asan)
-check-memcheck: ## The suite under valgrind's memory checker
+check-memcheck: setup-valgrind ## The suite under valgrind's memory checker
 	@$(call build_tree,i686)
 	@$(call run_suite,memcheck)
 check-drd: setup-valgrind ## The suite under valgrind's data race checker
