@@ -1,6 +1,8 @@
 # The one door for people; CMakePresets.json says how the trees under build/ are configured.
 .DEFAULT_GOAL := help
 .DELETE_ON_ERROR:
+# Packages come before builds, and builds before runs; Ninja and CTest use the processors.
+.NOTPARALLEL:
 SHELL := /bin/bash
 
 # What is built and tested: make TARGET=i686 ... does it for one of them.

@@ -64,5 +64,5 @@ fi
 # A list that cannot be fetched may be none that is needed here; the installation will tell.
 $as_root apt-get update -qq </dev/null || echo "setup: apt-get update failed; trying nevertheless" >&2
 # shellcheck disable=SC2086
-$as_root apt-get install -qq -y --no-remove --no-install-recommends $missing </dev/null ||
+$as_root apt-get install -qq -y -o Dpkg::Use-Pty=0 --no-remove --no-install-recommends $missing </dev/null ||
     give_up "apt-get install failed"
