@@ -5,7 +5,7 @@ set -euo pipefail
 cmake=$1
 build=$2
 source=$3
-compiler=$4
+read -ra compiler <<<"$4"
 shift 4
 
 here=$(dirname "$0")
@@ -31,6 +31,6 @@ installed_files() {
 diff <(public_headers "$source/core_src") <(installed_files "$scratch/root/include/zatosw") ||
     { echo "installed headers (>) are not the public ones (<)"; exit 1; }
 
-"$compiler" -std=c11 -Wall -Wextra -Wpedantic -Werror -I "$scratch/root/include" \
+"${compiler[@]}" -std=c11 -Wall -Wextra -Wpedantic -Werror -I "$scratch/root/include" \
     "$here/consumer.c" -o "$scratch/consumer" -L "$directory" -lzatosw
 LD_LIBRARY_PATH=$directory "$@" "$scratch/consumer"
