@@ -36,14 +36,16 @@ ZatStatus zatOSWDeleteCountSem(ZatCountSem semaphore) {
     return error == ZAT_OK ? oswSemDelete(record, locks) : error;
 }
 
-ZatStatus zatOSWPostCountSem(ZatCountSem semaphore) {
+ZatStatus oswPostCountSem(ZatHandle semaphore) {
     auto* record = oswRecord<OswCountSem>(semaphore);
     OswSemLocks locks;
-    ZatStatus error = oswSemEnter(record, locks);
-    if (error != ZAT_OK) return error;
-    if (record->count >= 0) error = oswSemWakeOne(*record);
-    if (error == ZAT_OK) record->count += 1;
-    return error;
+    if (const ZatStatus error = oswSemEnter(record, locks); error != ZAT_OK) return error;
+    record->count += 1;
+    return record->count > 0 ? oswSemWakeOne(*record, locks) : ZatStatus{ZAT_OK};
+}
+
+ZatStatus zatOSWPostCountSem(ZatCountSem semaphore) {
+    return oswPostCountSem(semaphore);
 }
 
 ZatStatus oswWaitCountSemHolding(ZatHandle semaphore, ZatTimeoutMs timeoutMs, OswLock& held) {

@@ -25,7 +25,11 @@ struct OswCountSem {
 static_assert(offsetof(OswCountSem, valid) == 8 && offsetof(OswCountSem, waiters) == 16 &&
               offsetof(OswCountSem, count) == 20);
 
-/* zatOSWWaitCountSem for a semaphore that only the held lock keeps alive. */
+/* zatOSWWaitCountSem for a semaphore that only the held lock keeps alive: the lock is given up if
+ * there is need to wait, and only then. */
 ZatStatus oswWaitCountSemHolding(ZatHandle semaphore, ZatTimeoutMs timeoutMs, OswLock& held);
+
+/* zatOSWPostCountSem, without the detour through the dynamic linker. */
+ZatStatus oswPostCountSem(ZatHandle semaphore);
 
 #endif

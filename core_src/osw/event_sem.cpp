@@ -44,11 +44,9 @@ ZatStatus zatOSWDeleteEventSem(ZatEventSem event) {
 ZatStatus zatOSWPostEventSem(ZatEventSem event) {
     auto* record = oswRecord<OswEventSem>(event);
     OswSemLocks locks;
-    ZatStatus error = oswSemEnter(record, locks);
-    if (error != ZAT_OK) return error;
-    error = oswSemWakeOne(*record);
-    if (error == ZAT_OK) setSignalled(*record, 1);
-    return error;
+    if (const ZatStatus error = oswSemEnter(record, locks); error != ZAT_OK) return error;
+    setSignalled(*record, 1);
+    return oswSemWakeOne(*record, locks);
 }
 
 ZatStatus zatOSWResetEventSem(ZatEventSem event) {
@@ -65,7 +63,7 @@ ZatStatus zatOSWFlushEventSem(ZatEventSem event) {
     auto* record = oswRecord<OswEventSem>(event);
     OswSemLocks locks;
     const ZatStatus error = oswSemEnter(record, locks);
-    return error == ZAT_OK ? oswSemWakeAll(*record) : error;
+    return error == ZAT_OK ? oswSemWakeAll(*record, locks) : error;
 }
 
 ZatStatus zatOSWWaitEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs) {
@@ -82,5 +80,7 @@ ZatStatus zatOSWWaitAllEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs) {
     OswSemLocks locks;
     if (const ZatStatus error = oswSemEnter(record, locks); error != ZAT_OK) return error;
     if (timeoutMs == 0) return ZAT_TIMED_OUT;
+    /* A wake-up that is on its way is not the next one. */
+    if (const ZatStatus error = oswSemStandBack(record, locks); error != ZAT_OK) return error;
     return oswSemAwait(record, locks, timeoutMs, OswHandoff::Keep, consume);
 }

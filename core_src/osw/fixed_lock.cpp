@@ -12,6 +12,7 @@
 
 #include "osw/init.h"
 #include "osw/lock_monitor_private.h"
+#include "osw/self_private.h"
 
 static constexpr uint32_t nobody = 0xFFFFFFFF;
 
@@ -41,7 +42,7 @@ static bool isHeldBy(const OswRecursiveLock& lock, ZatTaskId task) {
 }
 
 static ZatStatus take(OswRecursiveLock& lock) {
-    const ZatTaskId caller = pthread_self();
+    const ZatTaskId caller = oswSelf();
     if (isHeldBy(lock, caller)) {
         setCount(lock, lock.count + 1);
         return ZAT_OK;
@@ -57,7 +58,7 @@ static ZatStatus take(OswRecursiveLock& lock) {
 static ZatStatus release(OswRecursiveLock& lock) {
     /* The last owner's id stays in the lock: the count tells whether there is a hold to give back.
      */
-    if (!isHeldBy(lock, pthread_self())) return ZAT_OK;
+    if (!isHeldBy(lock, oswSelf())) return ZAT_OK;
     setCount(lock, lock.count - 1);
     if (lock.count != 0) return ZAT_OK;
     return static_cast<ZatStatus>(pthread_mutex_unlock(&lock.mutex));

@@ -4,18 +4,19 @@
 
 #include <pthread.h>
 
+#include "osw/self_private.h"
 #include "osw/task_registry_private.h"
 
 class OswLockMonitorMark {
   public:
     explicit OswLockMonitorMark(const uint32_t* owner) : marked_(oswLockMonitorOn()) {
-        if (marked_) oswSetWaitMutex(pthread_self(), owner);
+        if (marked_) oswSetWaitMutex(oswSelf(), owner);
     }
     OswLockMonitorMark(const OswLockMonitorMark&) = delete;
     OswLockMonitorMark& operator=(const OswLockMonitorMark&) = delete;
     /* Whatever the switch says by now: a mark left behind would outlive the mutex it points to. */
     ~OswLockMonitorMark() {
-        if (marked_) oswSetWaitMutex(pthread_self(), nullptr);
+        if (marked_) oswSetWaitMutex(oswSelf(), nullptr);
     }
 
   private:

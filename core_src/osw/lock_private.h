@@ -27,6 +27,8 @@ class OswLock {
         return static_cast<ZatStatus>(error);
     }
 
+    bool isHeld() const { return held_ != nullptr; }
+
     ZatStatus release() {
         if (held_ == nullptr) return ZAT_OK;
         pthread_mutex_t* mutex = held_;

@@ -8,6 +8,7 @@
 
 #include "osw/lock_private.h"
 #include "osw/mem_part_private.h"
+#include "osw/self_private.h"
 #include "osw/task_registry_private.h"
 
 static constexpr uint32_t magicA = 0x55555555;
@@ -58,7 +59,7 @@ void oswCountFreed(uint32_t size) {
 
 void* oswHeaderOpen(void* memory, uint32_t size, uint32_t caller) {
     auto* header = static_cast<MemDbgHead*>(memory);
-    const ZatTaskId task = pthread_self();
+    const ZatTaskId task = oswSelf();
     *header = {magicA, caller, magicB, size, task, checkBase - (caller + size + task)};
     chargeTask(size);
     countAllocated(size);

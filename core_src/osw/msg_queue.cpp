@@ -1,7 +1,7 @@
 /*
  * Message queues: a ring of slots and two counting semaphores.
  *
- * The queue lock guards the list and every ring; nobody waits with it. A task that is to wait on a
+ * The queue lock guards the list and every ring; nobody waits with it. A task that has to wait on a
  * queue's semaphore gives the queue lock up only once it has the semaphore's own locks, so that a
  * delete finds it inside and wakes it; back from the wait it looks whether the queue is still the
  * one that it left.
@@ -129,7 +129,7 @@ struct Message {
 
 /* Puts a message into a ring that has room for it. */
 static ZatStatus place(OswMsgQueue& queue, const Message& message) {
-    if (const ZatStatus error = zatOSWPostCountSem(queue.msgSem); error != ZAT_OK) return error;
+    if (const ZatStatus error = oswPostCountSem(queue.msgSem); error != ZAT_OK) return error;
     uint32_t index = queue.tail;
     if (message.urgent)
         index = queue.head = before(queue, queue.head);
@@ -137,7 +137,8 @@ static ZatStatus place(OswMsgQueue& queue, const Message& message) {
         queue.tail = after(queue, queue.tail);
     uint8_t* slot = slotAt(queue, index);
     if (message.length != 0) memcpy(slot, message.data, message.length);
-    memset(slot + message.length, 0, queue.msgSize - message.length);
+    if (message.length != queue.msgSize)
+        memset(slot + message.length, 0, queue.msgSize - message.length);
     queue.msgCount += 1;
     return ZAT_OK;
 }
@@ -174,25 +175,22 @@ static ZatStatus sendGrowing(OswMsgQueue& queue, const Message& message, OswLock
 }
 
 /*
- * Waits on one of a queue's semaphores, and takes the queue lock again. found is the queue then, or
- * null with ZAT_FAILED when it was deleted meanwhile: its semaphores are gone with it.
+ * Waits on one of a queue's semaphores, and has the queue lock again. found is the queue then, or
+ * the result ZAT_FAILED when it was deleted meanwhile: its semaphores are gone with it.
  */
 static ZatStatus waitInQueue(OswMsgQueue*& found, ZatCountSem semaphore, ZatTimeoutMs timeoutMs,
                              OswLock& lock) {
     const ZatMsgQueue handle = oswWord(found);
     const uint32_t serial = found->serial;
-    found = nullptr;
     ZatStatus status = oswWaitCountSemHolding(semaphore, timeoutMs, lock);
-    if (status != ZAT_OK) return status;
+    if (status != ZAT_OK || lock.isHeld()) return status;
     status = lock.take(oswMsgQueues.lock);
     if (status != ZAT_OK) {
-        zatOSWPostCountSem(semaphore);
+        oswPostCountSem(semaphore);
         return status;
     }
-    OswMsgQueue* queue = findQueue(handle);
-    if (queue == nullptr || queue->serial != serial) return ZAT_FAILED;
-    found = queue;
-    return ZAT_OK;
+    found = findQueue(handle);
+    return found != nullptr && found->serial == serial ? ZatStatus{ZAT_OK} : ZatStatus{ZAT_FAILED};
 }
 
 ZatStatus zatOSWSendMsgQueue(ZatMsgQueue queue, const void* message, uint32_t lengthBytes,
@@ -207,7 +205,7 @@ ZatStatus zatOSWSendMsgQueue(ZatMsgQueue queue, const void* message, uint32_t le
     ZatStatus status = waitInQueue(record, record->slotSem, timeoutMs, lock);
     if (status != ZAT_OK) return status;
     status = place(*record, placed);
-    if (status != ZAT_OK) zatOSWPostCountSem(record->slotSem);
+    if (status != ZAT_OK) oswPostCountSem(record->slotSem);
     return status;
 }
 
@@ -221,9 +219,9 @@ ZatStatus zatOSWReceiveMsgQueue(ZatMsgQueue queue, void* buffer, uint32_t buffer
     ZatStatus status = waitInQueue(record, record->msgSem, timeoutMs, lock);
     if (status != ZAT_OK) return status;
     if (!record->growable) {
-        status = zatOSWPostCountSem(record->slotSem);
+        status = oswPostCountSem(record->slotSem);
         if (status != ZAT_OK) {
-            zatOSWPostCountSem(record->msgSem);
+            oswPostCountSem(record->msgSem);
             return status;
         }
     }

@@ -6,6 +6,7 @@
 
 #include "osw/lock_monitor_private.h"
 #include "osw/mutex_sem_private.h"
+#include "osw/self_private.h"
 #include "osw/sem_private.h"
 
 static constexpr uint32_t nobody = 0xFFFFFFFF;
@@ -38,7 +39,7 @@ ZatStatus zatOSWCreateMutexSem(ZatMutexSem* mutex, uint32_t, uint32_t initialSta
     /* Success without a handle: callers check the handle. */
     if (record == nullptr) return ZAT_OK;
     record->count = static_cast<int32_t>(initialState);
-    record->owner = initialState == 1 ? nobody : pthread_self();
+    record->owner = initialState == 1 ? nobody : oswSelf();
     return oswSemPublish(record, mutex);
 }
 
@@ -46,7 +47,7 @@ ZatStatus zatOSWDeleteMutexSem(ZatMutexSem mutex) {
     auto* record = oswRecord<OswMutexSem>(mutex);
     OswSemLocks locks;
     if (const ZatStatus error = oswSemEnter(record, locks); error != ZAT_OK) return error;
-    if (isTaken(*record) && record->owner != pthread_self()) return ZAT_FAILED;
+    if (isTaken(*record) && record->owner != oswSelf()) return ZAT_FAILED;
     return oswSemDelete(record, locks);
 }
 
@@ -56,7 +57,7 @@ static void takeFor(OswMutexSem& mutex, ZatTaskId caller) {
 }
 
 ZatStatus zatOSWRequestMutexSem(ZatMutexSem mutex, ZatTimeoutMs timeoutMs) {
-    const ZatTaskId caller = pthread_self();
+    const ZatTaskId caller = oswSelf();
     const auto tryNow = [caller](OswMutexSem& record) {
         if (isTaken(record) && record.owner == caller) {
             record.count -= 1;
@@ -74,15 +75,14 @@ ZatStatus zatOSWReleaseMutexSem(ZatMutexSem mutex) {
     auto* record = oswRecord<OswMutexSem>(mutex);
     OswSemLocks locks;
     if (const ZatStatus error = oswSemEnter(record, locks); error != ZAT_OK) return error;
-    if (!isTaken(*record) || record->owner != pthread_self()) return ZAT_FAILED;
+    if (!isTaken(*record) || record->owner != oswSelf()) return ZAT_FAILED;
     if (record->count < 0) {
         record->count += 1;
         return ZAT_OK;
     }
-    const ZatStatus error = oswSemWakeOne(*record);
     setOwner(*record, nobody);
     record->count = 1;
-    return error;
+    return oswSemWakeOne(*record, locks);
 }
 
 ZatStatus zatOSWSetWaitMutexOwner(ZatTaskId task, const uint32_t* owner) {

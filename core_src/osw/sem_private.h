@@ -9,8 +9,9 @@
  * is not the last does not touch the record again.
  *
  * grants counts the wake-ups sent to waiters and not taken yet, so that a condition variable that
- * wakes by itself neither makes an owner nor a unit. standbys counts the newcomers that stand back
- * for a woken waiter and will come again.
+ * wakes by itself neither makes an owner nor a unit. Newcomers stand back while there are any: a
+ * wake-up belongs to those who waited when it was sent. standbys counts them, for they will come
+ * again.
  *
  * Each kind offers oswKindOf(record), oswReleaseRecord(record), and oswWaitMark(record): what is to
  * be noted for as long as a task sleeps on it.
@@ -103,24 +104,26 @@ ZatStatus oswSemDelete(Sem* sem, OswSemLocks& locks) {
     return oswSemDestroy(sem);
 }
 
-/* Wakes one waiter, if there is one, and keeps newcomers back until it has run. */
+/*
+ * Wakes one waiter, if there is one, and keeps newcomers back until it has run. The last step of a
+ * call: the inner mutex is given up first, so that the waiter does not wake only to wait for it;
+ * the list lock keeps the semaphore from being freed meanwhile.
+ */
 template <class Sem>
-ZatStatus oswSemWakeOne(Sem& sem) {
+ZatStatus oswSemWakeOne(Sem& sem, OswSemLocks& locks) {
     if (sem.waiters == 0) return ZAT_OK;
-    const int error = pthread_cond_signal(&sem.cond);
-    if (error == 0) {
-        sem.handoff = 1;
-        sem.grants = std::min(sem.grants + 1, static_cast<uint32_t>(sem.waiters));
-    }
-    return static_cast<ZatStatus>(error);
+    sem.handoff = 1;
+    sem.grants = std::min(sem.grants + 1, static_cast<uint32_t>(sem.waiters));
+    locks.inner.release();
+    return static_cast<ZatStatus>(pthread_cond_signal(&sem.cond));
 }
 
-/* Wakes every waiter. */
+/* Wakes every waiter; otherwise the same. */
 template <class Sem>
-ZatStatus oswSemWakeAll(Sem& sem) {
-    const int error = pthread_cond_broadcast(&sem.cond);
-    if (error == 0) sem.grants = static_cast<uint32_t>(sem.waiters);
-    return static_cast<ZatStatus>(error);
+ZatStatus oswSemWakeAll(Sem& sem, OswSemLocks& locks) {
+    sem.grants = static_cast<uint32_t>(sem.waiters);
+    locks.inner.release();
+    return static_cast<ZatStatus>(pthread_cond_broadcast(&sem.cond));
 }
 
 /* The one way off a semaphore that may have been deleted; the caller is counted off it already. */
@@ -173,18 +176,16 @@ class OswStandby {
     OswSemLocks& locks_;
 };
 
-/* A wake-up is on its way to a waiter. A mark that outlived its waiter holds nobody up. */
-template <class Sem>
-bool oswSemMustStandBack(const Sem& sem) {
-    return sem.handoff != 0 && sem.grants > 0;
-}
-
+/* Lets the waiters that are woken go first. Comes back with both locks, or the error. */
 template <class Sem>
 ZatStatus oswSemStandBack(Sem* sem, OswSemLocks& locks) {
-    OswStandby<Sem> standby(sem, locks);
-    static constexpr timespec pause = {0, 1000000};
-    nanosleep(&pause, nullptr);
-    return standby.comeBack();
+    while (sem->grants > 0) {
+        OswStandby<Sem> standby(sem, locks);
+        static constexpr timespec pause = {0, 1000000};
+        nanosleep(&pause, nullptr);
+        if (const ZatStatus error = standby.comeBack(); error != ZAT_OK) return error;
+    }
+    return ZAT_OK;
 }
 
 /* Whether a waiter that leaves ends the hand-off to it. */
@@ -216,7 +217,10 @@ class OswWaiter {
                                                 timeoutMs == ZAT_FOREVER ? nullptr : &deadline);
             if (error != ZAT_OK) return error;
         }
-        if (sem_->grants > 0) --sem_->grants;
+        if (sem_->grants > 0) {
+            --sem_->grants;
+            woken_ = true;
+        }
         return ZAT_OK;
     }
 
@@ -224,21 +228,25 @@ class OswWaiter {
         Sem* sem = sem_;
         sem_ = nullptr;
         --sem->waiters;
+        const uint32_t handoff = sem->handoff;
         if (handoff_ == OswHandoff::Clear || sem->waiters == 0) sem->handoff = 0;
-        passOn(*sem);
+        if (!woken_ && passOn(*sem)) sem->handoff = handoff;
         return oswSemLeave(sem, locks_, result);
     }
 
   private:
-    /* A wake-up that this waiter did not take belongs to the others. */
-    static void passOn(Sem& sem) {
+    /* A wake-up that this waiter did not take belongs to the others: whether there is one. */
+    static bool passOn(Sem& sem) {
         sem.grants = std::min(sem.grants, static_cast<uint32_t>(sem.waiters));
-        if (sem.grants > 0) pthread_cond_signal(&sem.cond);
+        if (sem.grants == 0) return false;
+        pthread_cond_signal(&sem.cond);
+        return true;
     }
 
     Sem* sem_;
     OswSemLocks& locks_;
     const OswHandoff handoff_;
+    bool woken_ = false;
 };
 
 /* Sleeps on a semaphore whose locks are held, and leaves it. */
@@ -254,20 +262,21 @@ ZatStatus oswSemAwait(Sem* sem, OswSemLocks& locks, ZatTimeoutMs timeoutMs, OswH
 /*
  * The wait of a semaphore. tryNow(sem) takes it without waiting if that is allowed and possible;
  * consume(sem) takes it for a waiter that was woken. held may be a lock that keeps the semaphore
- * alive: it is given up once the semaphore's own locks are taken.
+ * alive: it is still held afterwards if there was no need to wait, and given up if there was.
  */
 template <class Sem, class TryNow, class Consume>
 ZatStatus oswSemWait(Sem* sem, ZatTimeoutMs timeoutMs, TryNow tryNow, Consume consume,
                      OswLock& held) {
     OswSemLocks locks;
     ZatStatus status = oswSemEnter(sem, locks);
-    held.release();
     if (status != ZAT_OK) return status;
-    while (oswSemMustStandBack(*sem)) {
+    if (sem->grants == 0 && tryNow(*sem)) return ZAT_OK;
+    held.release();
+    if (sem->grants > 0) {
         status = oswSemStandBack(sem, locks);
         if (status != ZAT_OK) return status;
+        if (tryNow(*sem)) return ZAT_OK;
     }
-    if (tryNow(*sem)) return ZAT_OK;
     if (timeoutMs == 0) return ZAT_TIMED_OUT;
     return oswSemAwait(sem, locks, timeoutMs, OswHandoff::Clear, consume);
 }

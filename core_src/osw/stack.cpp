@@ -5,6 +5,9 @@
 #include <pthread.h>
 #include <string.h>
 #include <sys/mman.h>
+#include <sys/sysinfo.h>
+
+#include <algorithm>
 
 #include "osw/handle_private.h"
 #include "osw/report_private.h"
@@ -43,8 +46,8 @@ __attribute__((noinline)) void oswCleanStack(const OswStackMap& map) {
 }
 
 /*
- * Reads another thread's stack while that thread runs: a moment's figure is all that is asked for,
- * and the memory tools are told to look away.
+ * Zero bytes from the low end of a piece of a stack. Reads another thread's stack while that thread
+ * runs: a moment's figure is all that is asked for, and the memory tools are told to look away.
  */
 __attribute__((noinline, no_sanitize("address"))) static uint32_t countZeroBytes(
     const uint8_t* low, uint32_t sizeBytes) {
@@ -58,10 +61,38 @@ __attribute__((noinline, no_sanitize("address"))) static uint32_t countZeroBytes
     return zero;
 }
 
+/* Whether a page that is not in memory was never used: it may also have been swapped out. */
+static bool absentMeansUnused() {
+    struct sysinfo info;
+    return sysinfo(&info) == 0 && info.totalswap == 0;
+}
+
+/*
+ * Bytes from the low end on that lie in pages the thread has never touched, as far as the kernel
+ * tells: counting their zeros would make the kernel provide them first.
+ */
+static uint32_t countUntouched(uint32_t low, uint32_t sizeBytes) {
+    unsigned char resident[64];
+    constexpr uint32_t step = sizeof resident * pageSize;
+    if (low % pageSize != 0 || !absentMeansUnused()) return 0;
+    for (uint32_t at = 0; at < sizeBytes; at += step) {
+        const uint32_t length = std::min(step, sizeBytes - at);
+        if (mincore(reinterpret_cast<void*>(low + at), length, resident) != 0) return at;
+        const uint32_t pages = (length + pageSize - 1) / pageSize;
+        const auto* first = std::find_if(resident, resident + pages,
+                                         [](unsigned char page) { return (page & 1) != 0; });
+        if (first != resident + pages)
+            return at + static_cast<uint32_t>(first - resident) * pageSize;
+    }
+    return sizeBytes;
+}
+
 void oswMeasureStack(OswTaskRecord& record) {
     if (record.stackTop == 0 || record.ended) return;
-    const auto* low = reinterpret_cast<const uint8_t*>(record.stackTop - record.stackSize);
-    record.stackPeak = record.stackSize - countZeroBytes(low, record.stackSize);
+    const uint32_t low = record.stackTop - record.stackSize;
+    const uint32_t untouched = countUntouched(low, record.stackSize);
+    const uint32_t rest = record.stackSize - untouched;
+    record.stackPeak = rest - countZeroBytes(reinterpret_cast<uint8_t*>(low + untouched), rest);
 }
 
 OswStackWarning oswCheckStack(OswTaskRecord& record) {

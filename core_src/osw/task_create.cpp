@@ -20,6 +20,7 @@
 #include "osw/init.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
+#include "osw/self_private.h"
 #include "osw/stack_limits_private.h"
 #include "osw/stack_private.h"
 #include "osw/task_priority.h"
@@ -53,7 +54,7 @@ static bool beginTask(const OswTaskStart& start) {
     const bool stackKnown = oswQueryStack(map);
     if (stackKnown) oswCleanStack(map);
     OswLock lock(oswRegistryLock);
-    OswTaskRecord* record = oswNewestTask(pthread_self());
+    OswTaskRecord* record = oswNewestTask(oswSelf());
     /* Thread ids are issued again: a record that a lost thread left behind is not this one. */
     if (record == nullptr || record != start.record) return false;
     record->kernelTid = gettid();
@@ -156,7 +157,7 @@ ZatStatus oswCreateTask(ZatTaskId* task, const OswTaskPlan& plan) {
 }
 
 ZatStatus oswOwnScheduling(OswScheduling* scheduling) {
-    return oswAskThread(pthread_self(), scheduling);
+    return oswAskThread(oswSelf(), scheduling);
 }
 
 static uint32_t clampStack(uint32_t requested) {
@@ -202,10 +203,10 @@ static ZatStatus createNamed(ZatTaskId* task, const TaskName& name, int32_t prio
     plan.stackCap = 0xFFFFFFFF;
     plan.joinMode = plan.detachWord = joinMode;
     plan.detachState = joinMode == 0 ? PTHREAD_CREATE_DETACHED : PTHREAD_CREATE_JOINABLE;
-    plan.scheduling = oswSchedulingFor(oswDefaultPolicy(), priority);
-    if (priority == ZAT_INHERIT_PRIORITY)
-        if (const ZatStatus error = oswOwnScheduling(&plan.scheduling); error != ZAT_OK)
-            return error;
+    if (priority != ZAT_INHERIT_PRIORITY)
+        plan.scheduling = oswSchedulingFor(oswDefaultPolicy(), priority);
+    else if (const ZatStatus error = oswOwnScheduling(&plan.scheduling); error != ZAT_OK)
+        return error;
     return oswCreateTask(task, plan);
 }
 

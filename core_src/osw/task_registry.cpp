@@ -17,6 +17,7 @@
 
 #include "clb/list_walk_private.h"
 #include "osw/lock_private.h"
+#include "osw/self_private.h"
 #include "osw/stack_private.h"
 #include "osw/task_registry_private.h"
 
@@ -28,8 +29,7 @@ static OswIndex byThread;
 static std::atomic<uint32_t> stackMonitor;
 static std::atomic<uint32_t> lockMonitor;
 
-/* Initial-exec: one load instead of a call; the library uses four bytes of the static block. */
-static thread_local OswTaskRecord* ownRecord __attribute__((tls_model("initial-exec")));
+static OSW_THREAD_LOCAL OswTaskRecord* ownRecord;
 
 /* Its destructor runs on a thread however the thread ends: return, exit or cancellation. */
 static pthread_key_t threadEnd;
@@ -188,7 +188,7 @@ ZatStatus zatOSWGetTaskInfo(ZatTaskId task, zatOSWTaskInfo* info) {
     if (info == nullptr) return ZAT_FAILED;
     *info = {};
     OswLock lock(oswRegistryLock);
-    OswTaskRecord* record = oswOldestTask(task == 0 ? pthread_self() : task);
+    OswTaskRecord* record = oswOldestTask(task == 0 ? oswSelf() : task);
     if (record == nullptr) return ZAT_FAILED;
     oswMeasureStack(*record);
     fillInfo(*info, *record);
@@ -205,7 +205,7 @@ ZatStatus zatOSWGetTaskName(ZatTaskId task, char* name) {
 }
 
 ZatStatus zatOSWGetTaskNameSelf(char* name) {
-    return zatOSWGetTaskName(pthread_self(), name);
+    return zatOSWGetTaskName(oswSelf(), name);
 }
 
 ZatStatus zatOSWSetTaskName(ZatTaskId task, const char* name) {
@@ -218,7 +218,7 @@ ZatStatus zatOSWSetTaskName(ZatTaskId task, const char* name) {
 }
 
 ZatStatus zatOSWSetTaskNameSelf(const char* name) {
-    return zatOSWSetTaskName(pthread_self(), name);
+    return zatOSWSetTaskName(oswSelf(), name);
 }
 
 ZatStatus zatOSWGetTaskIdByName(ZatTaskId* task, const char* name) {

@@ -17,6 +17,7 @@
 #include "osw/init.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
+#include "osw/self_private.h"
 #include "osw/task.h"
 #include "osw/task_registry.h"
 #include "osw/timer_private.h"
@@ -83,7 +84,7 @@ static bool readCountdown(ZatTimer handle, Countdown& countdown) {
     if (lock.take(timerLock) != ZAT_OK) return false;
     const OswTimerRecord* timer = findTimer(handle);
     /* A later timer may have the address of one whose deletion was itself cut short. */
-    if (timer == nullptr || timer->threadId != pthread_self()) return false;
+    if (timer == nullptr || timer->threadId != oswSelf()) return false;
     countdown = {timer->interval, timer->callback, timer->words};
     return true;
 }

@@ -18,6 +18,7 @@
 #include "osw/lock_private.h"
 #include "osw/mem_part_private.h"
 #include "osw/objects_private.h"
+#include "osw/self_private.h"
 #include "osw/stack_limits_private.h"
 #include "osw/task_registry_private.h"
 
@@ -61,7 +62,7 @@ static OswTaskRecord* registerMainTask() {
     OswTaskRecord* record = oswNewTaskRecord();
     if (record == nullptr) return nullptr;
     record->kernelTid = gettid();
-    record->threadId = mainThread = pthread_self();
+    record->threadId = mainThread = oswSelf();
     record->permanent = 1;
     strncpy(record->name, "mainThread", sizeof record->name);
     oswRegistryAdd(*record);

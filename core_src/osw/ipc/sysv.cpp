@@ -1,7 +1,5 @@
 /* System V semaphore calls; see sysv_private.h. */
 
-#include <errno.h>
-
 #include "osw/ipc/sysv_private.h"
 
 /* The C library leaves this type to its callers. */
@@ -20,16 +18,4 @@ int oswSysvSetValue(int semId, int value) {
 int oswSysvRemove(int semId) {
     semun argument = {.val = 0};
     return semctl(semId, 0, IPC_RMID, argument);
-}
-
-uint32_t oswSysvOperateOnce(int semId, const sembuf& operation) {
-    sembuf copy = operation;
-    return semop(semId, &copy, 1) == 0 ? 0 : static_cast<uint32_t>(errno);
-}
-
-uint32_t oswSysvOperate(int semId, const sembuf& operation) {
-    uint32_t error = oswSysvOperateOnce(semId, operation);
-    while (error == EINTR)
-        error = oswSysvOperateOnce(semId, operation);
-    return error;
 }

@@ -4,6 +4,7 @@
 #ifndef ZATOSW_OSW_IPC_SYSV_PRIVATE_H
 #define ZATOSW_OSW_IPC_SYSV_PRIVATE_H
 
+#include <errno.h>
 #include <stdint.h>
 #include <sys/sem.h>
 #include <sys/types.h>
@@ -14,10 +15,20 @@ int oswSysvSetValue(int semId, int value);
 /* Removes a set; returns 0 or -1 with errno set. */
 int oswSysvRemove(int semId);
 
-/* Runs one operation, again while a signal interrupts it; returns 0 or the error number. */
-uint32_t oswSysvOperate(int semId, const sembuf& operation);
+/*
+ * Runs one operation once; returns 0 or the error number. Inline, as is the next one: right after a
+ * system call every return costs more than it looks.
+ */
+inline uint32_t oswSysvOperateOnce(int semId, sembuf& operation) {
+    return semop(semId, &operation, 1) == 0 ? 0 : static_cast<uint32_t>(errno);
+}
 
-/* Runs one operation once; returns 0 or the error number. */
-uint32_t oswSysvOperateOnce(int semId, const sembuf& operation);
+/* Runs one operation, again while a signal interrupts it; returns 0 or the error number. */
+inline uint32_t oswSysvOperate(int semId, sembuf& operation) {
+    uint32_t error = oswSysvOperateOnce(semId, operation);
+    while (error == EINTR)
+        error = oswSysvOperateOnce(semId, operation);
+    return error;
+}
 
 #endif

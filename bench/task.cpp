@@ -1,0 +1,42 @@
+/* Tasks beside plain threads with the same stack and scheduling. */
+
+#include <zatosw/zatosw.h>
+
+#include "pair.h"
+
+static constexpr size_t threadStack = 81920; /* what a task that asks for the minimum gets */
+
+static uint32_t nothing(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                        uint32_t, uint32_t, uint32_t) {
+    return 0;
+}
+
+static void tasks(int operations) {
+    for (int i = 0; i < operations; ++i) {
+        ZatTaskId task = 0;
+        zatOSWCreateJoinTask(&task, "bench", ZAT_INHERIT_PRIORITY, 0, nothing, 1, 0, 0, 0, 0, 0, 0,
+                             0, 0, 0, 0);
+        zatOSWWaitJoinableTask(task, 1, nullptr);
+    }
+}
+
+static void threads(int operations) {
+    for (int i = 0; i < operations; ++i) {
+        pthread_attr_t attributes;
+        pthread_attr_init(&attributes);
+        pthread_attr_setstacksize(&attributes, threadStack);
+        pthread_attr_setinheritsched(&attributes, PTHREAD_EXPLICIT_SCHED);
+        pthread_t thread;
+        pthread_create(
+            &thread, &attributes, [](void*) -> void* { return nullptr; }, nullptr);
+        pthread_attr_destroy(&attributes);
+        pthread_join(thread, nullptr);
+    }
+}
+
+int main(int count, char** arguments) {
+    benchRow("task_create_join/pthread_create_join",
+             [](auto& state) { benchPair(state, 100, tasks, threads); });
+    benchmark::Initialize(&count, arguments);
+    benchmark::RunSpecifiedBenchmarks();
+}
