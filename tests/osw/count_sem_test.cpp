@@ -1,0 +1,114 @@
+#include "osw/count_sem.h"
+
+#include <climits>
+
+#include "osw/count_sem_private.h"
+#include "osw/wait_frame.h"
+
+namespace {
+
+ZatCountSem make(int32_t count) {
+    ZatCountSem semaphore = 0;
+    EXPECT_EQ(zatOSWCreateCountSem(&semaphore, 0xFFFFFFFF, count), ZAT_OK);
+    return semaphore;
+}
+
+struct CountKind {
+    using Record = OswCountSem;
+    static constexpr uint32_t memorySize = sizeof(OswCountSem);
+    static constexpr bool recursive = false;
+
+    static ZatHandle makeBusy() { return make(0); }
+    static ZatStatus wait(ZatHandle semaphore, ZatTimeoutMs timeoutMs) {
+        return zatOSWWaitCountSem(semaphore, timeoutMs);
+    }
+    static ZatStatus give(ZatHandle semaphore) { return zatOSWPostCountSem(semaphore); }
+    static ZatStatus remove(ZatHandle semaphore) { return zatOSWDeleteCountSem(semaphore); }
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Count, WaitFrame, CountKind);
+
+bool waiters(ZatCountSem semaphore, int32_t count) {
+    return waitFor([=] { return peek(recordOf<OswCountSem>(semaphore).waiters) == count; });
+}
+
+TEST(CountSem, GivesEachUnitOnce) {
+    const ZatCountSem semaphore = make(2);
+    EXPECT_EQ(zatOSWWaitCountSem(semaphore, 0), ZAT_OK);
+    EXPECT_EQ(zatOSWWaitCountSem(semaphore, ZAT_FOREVER), ZAT_OK);
+    EXPECT_EQ(zatOSWWaitCountSem(semaphore, 0), ZAT_TIMED_OUT);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(zatOSWPostCountSem(semaphore), ZAT_OK);
+    EXPECT_EQ(recordOf<OswCountSem>(semaphore).count, 3);
+    EXPECT_EQ(zatOSWDeleteCountSem(semaphore), ZAT_OK);
+}
+
+TEST(CountSem, ANegativeCountIsFilledUpBeforeAnyoneIsServed) {
+    const ZatCountSem semaphore = make(-1);
+    EXPECT_EQ(zatOSWWaitCountSem(semaphore, 0), ZAT_TIMED_OUT);
+    Worker waiter([=] { return zatOSWWaitCountSem(semaphore, 5000); });
+    EXPECT_TRUE(waiters(semaphore, 1));
+    EXPECT_EQ(zatOSWPostCountSem(semaphore), ZAT_OK);
+    EXPECT_EQ(recordOf<OswCountSem>(semaphore).handoff, 0u);
+    EXPECT_EQ(recordOf<OswCountSem>(semaphore).count, 0);
+    EXPECT_EQ(zatOSWWaitCountSem(semaphore, 30), ZAT_TIMED_OUT);
+    EXPECT_EQ(peek(recordOf<OswCountSem>(semaphore).waiters), 1);
+    EXPECT_EQ(zatOSWPostCountSem(semaphore), ZAT_OK);
+    EXPECT_EQ(waiter.join(), ZAT_OK);
+    EXPECT_EQ(zatOSWWaitCountSem(semaphore, 0), ZAT_TIMED_OUT);
+    EXPECT_EQ(zatOSWDeleteCountSem(semaphore), ZAT_OK);
+}
+
+TEST(CountSem, PostsBeyondTheWaitersStay) {
+    const ZatCountSem semaphore = make(0);
+    Gate gate;
+    Worker waiter([&] {
+        condWaitScript.gate = &gate;
+        return zatOSWWaitCountSem(semaphore, 5000);
+    });
+    EXPECT_TRUE(waiters(semaphore, 1));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(zatOSWPostCountSem(semaphore), ZAT_OK);
+    EXPECT_TRUE(waitFor([&] { return gate.reached.load(); }));
+    gate.open = true;
+    EXPECT_EQ(waiter.join(), ZAT_OK);
+    EXPECT_EQ(zatOSWWaitCountSem(semaphore, 0), ZAT_OK);
+    EXPECT_EQ(zatOSWWaitCountSem(semaphore, 0), ZAT_OK);
+    EXPECT_EQ(zatOSWWaitCountSem(semaphore, 0), ZAT_TIMED_OUT);
+    EXPECT_EQ(zatOSWDeleteCountSem(semaphore), ZAT_OK);
+}
+
+TEST(CountSem, KeepsEveryUnitUnderStress) {
+    const ZatCountSem semaphore = make(-3);
+    const uint32_t seed = testSeed();
+    const int posts = emulated() ? 300 : 2000;
+    std::atomic<int> taken{0};
+    std::atomic<bool> posted{false};
+    {
+        std::vector<std::unique_ptr<Worker>> takers;
+        for (uint32_t number = 1; number <= 3; ++number)
+            takers.push_back(std::make_unique<Worker>([&, number] {
+                std::minstd_rand random(seed + number);
+                for (;;) {
+                    const bool last = posted;
+                    const ZatStatus status = zatOSWWaitCountSem(semaphore, random() % 3);
+                    if (status == ZAT_OK) ++taken;
+                    if (status == ZAT_TIMED_OUT && last) return ZatStatus{ZAT_OK};
+                    if (status != ZAT_OK && status != ZAT_TIMED_OUT) return status;
+                }
+            }));
+        std::minstd_rand random(seed);
+        for (int i = 0; i < posts; ++i) {
+            EXPECT_EQ(zatOSWPostCountSem(semaphore), ZAT_OK);
+            if (random() % 16 == 0) pauseBriefly();
+        }
+        posted = true;
+        for (auto& taker : takers)
+            EXPECT_EQ(taker->join(), ZAT_OK);
+    }
+    EXPECT_EQ(taken + recordOf<OswCountSem>(semaphore).count, posts - 3);
+    EXPECT_EQ(recordOf<OswCountSem>(semaphore).waiters, 0);
+    EXPECT_EQ(zatOSWDeleteCountSem(semaphore), ZAT_OK);
+}
+
+}  // namespace

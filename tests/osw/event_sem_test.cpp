@@ -1,0 +1,161 @@
+#include "osw/event_sem.h"
+
+#include "osw/event_sem_private.h"
+#include "osw/wait_frame.h"
+
+namespace {
+
+struct EventKind {
+    using Record = OswEventSem;
+    static constexpr uint32_t memorySize = sizeof(OswEventSem);
+    static constexpr bool recursive = false;
+
+    static ZatHandle makeBusy() {
+        ZatEventSem event = 0;
+        EXPECT_EQ(zatOSWCreateEventSem(&event, 0, 0), ZAT_OK);
+        return event;
+    }
+    static ZatStatus wait(ZatHandle event, ZatTimeoutMs timeoutMs) {
+        return zatOSWWaitEventSem(event, timeoutMs);
+    }
+    static ZatStatus give(ZatHandle event) { return zatOSWPostEventSem(event); }
+    static ZatStatus remove(ZatHandle event) { return zatOSWDeleteEventSem(event); }
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Event, WaitFrame, EventKind);
+
+class EventSem : public testing::Test {
+  protected:
+    EventSem() { EXPECT_EQ(zatOSWCreateEventSem(&event, 0xFFFFFFFF, 0), ZAT_OK); }
+    ~EventSem() override { EXPECT_EQ(zatOSWDeleteEventSem(event), ZAT_OK); }
+
+    OswEventSem& record() { return recordOf<OswEventSem>(event); }
+    bool waiters(int32_t count) {
+        return waitFor([=, this] { return peek(record().waiters) == count; });
+    }
+    ZatStatus wait(ZatTimeoutMs timeoutMs) { return zatOSWWaitEventSem(event, timeoutMs); }
+
+    ZatEventSem event = 0;
+};
+
+TEST_F(EventSem, IsPostedAtFirstOnlyWhenAskedFor) {
+    for (uint32_t state : {0u, 1u, 2u, 0xFFFFFFFFu}) {
+        ZatEventSem other = 0;
+        ASSERT_EQ(zatOSWCreateEventSem(&other, 0, state), ZAT_OK);
+        EXPECT_EQ(zatOSWWaitEventSem(other, 0), state == 1 ? ZAT_OK : ZAT_TIMED_OUT) << state;
+        EXPECT_EQ(zatOSWWaitEventSem(other, 0), ZAT_TIMED_OUT);
+        EXPECT_EQ(zatOSWDeleteEventSem(other), ZAT_OK);
+    }
+}
+
+TEST_F(EventSem, OnePostStaysPendingUntilItIsTakenOrReset) {
+    EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK);
+    EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK);
+    EXPECT_EQ(wait(0), ZAT_OK);
+    EXPECT_EQ(wait(0), ZAT_TIMED_OUT);
+    EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK);
+    EXPECT_EQ(zatOSWResetEventSem(event), ZAT_OK);
+    EXPECT_EQ(wait(0), ZAT_TIMED_OUT);
+    EXPECT_EQ(zatOSWFlushEventSem(event), ZAT_OK);
+    EXPECT_EQ(wait(0), ZAT_TIMED_OUT);
+}
+
+TEST_F(EventSem, AFlushWakesAllAndLeavesNothingPending) {
+    Worker first([this] { return wait(5000); });
+    Worker second([this] { return wait(ZAT_FOREVER); });
+    Worker third([this] { return zatOSWWaitAllEventSem(event, 5000); });
+    EXPECT_TRUE(waiters(3));
+    EXPECT_EQ(zatOSWFlushEventSem(event), ZAT_OK);
+    EXPECT_EQ(first.join(), ZAT_OK);
+    EXPECT_EQ(second.join(), ZAT_OK);
+    EXPECT_EQ(third.join(), ZAT_OK);
+    EXPECT_EQ(record().signalled, 0u);
+    EXPECT_EQ(wait(0), ZAT_TIMED_OUT);
+    EXPECT_EQ(wait(20), ZAT_TIMED_OUT);
+}
+
+TEST_F(EventSem, ANewcomerDoesNotTakeTheWakeUpOfAFlush) {
+    Gate gates[2];
+    const auto flushed = [this](Gate& gate) {
+        return [this, &gate] {
+            condWaitScript.gate = &gate;
+            return wait(5000);
+        };
+    };
+    Worker first(flushed(gates[0]));
+    Worker second(flushed(gates[1]));
+    EXPECT_TRUE(waiters(2));
+    EXPECT_EQ(zatOSWFlushEventSem(event), ZAT_OK);
+    for (Gate& gate : gates)
+        EXPECT_TRUE(waitFor([&] { return gate.reached.load(); }));
+    Worker newcomer([this] { return wait(50); });
+    EXPECT_TRUE(waitFor([this] { return peek(record().standbys) == 1; }));
+    for (Gate& gate : gates)
+        gate.open = true;
+    EXPECT_EQ(newcomer.join(), ZAT_TIMED_OUT);
+    EXPECT_EQ(first.join(), ZAT_OK);
+    EXPECT_EQ(second.join(), ZAT_OK);
+}
+
+TEST_F(EventSem, WaitAllWaitsForTheNextPostOrFlush) {
+    EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK);
+    EXPECT_EQ(zatOSWWaitAllEventSem(event, 0), ZAT_TIMED_OUT);
+    const Stopwatch stopwatch;
+    EXPECT_EQ(zatOSWWaitAllEventSem(event, 50), ZAT_TIMED_OUT);
+    EXPECT_GE(stopwatch.elapsedMs(), 49u);
+    EXPECT_EQ(wait(0), ZAT_OK) << "the pending post is not touched";
+
+    for (const auto wake : {zatOSWPostEventSem, zatOSWFlushEventSem}) {
+        EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK);
+        Worker waiter([this] { return zatOSWWaitAllEventSem(event, 5000); });
+        EXPECT_TRUE(waiters(1));
+        EXPECT_EQ(wait(0), ZAT_TIMED_OUT) << "it queues behind the waiter, post or not";
+        EXPECT_EQ(wake(event), ZAT_OK);
+        EXPECT_EQ(waiter.join(), ZAT_OK);
+        EXPECT_EQ(record().signalled, 0u);
+    }
+}
+
+/* Whoever stood back for a waiter that is gone would do so for ever. */
+TEST_F(EventSem, AfterWaitAllWasWokenByAPostOthersGoOn) {
+    Worker all([this] { return zatOSWWaitAllEventSem(event, ZAT_FOREVER); });
+    EXPECT_TRUE(waiters(1));
+    EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK);
+    EXPECT_EQ(all.join(), ZAT_OK);
+    Worker later([this] {
+        EXPECT_EQ(wait(0), ZAT_TIMED_OUT);
+        return wait(5000);
+    });
+    EXPECT_TRUE(waiters(1));
+    EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK);
+    EXPECT_EQ(later.join(), ZAT_OK);
+}
+
+TEST_F(EventSem, WaitAllDoesNotTakeAWakeUpThatIsOnItsWay) {
+    Gate gate;
+    Worker woken([&] {
+        condWaitScript.gate = &gate;
+        return wait(5000);
+    });
+    EXPECT_TRUE(waiters(1));
+    EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK);
+    EXPECT_TRUE(waitFor([&] { return gate.reached.load(); }));
+    Worker all([this] { return zatOSWWaitAllEventSem(event, 50); });
+    EXPECT_TRUE(waitFor([this] { return peek(record().standbys) == 1; }));
+    gate.open = true;
+    EXPECT_EQ(all.join(), ZAT_TIMED_OUT);
+    EXPECT_EQ(woken.join(), ZAT_OK);
+}
+
+TEST_F(EventSem, DeletionSendsWaitAllAway) {
+    ZatEventSem other = 0;
+    ASSERT_EQ(zatOSWCreateEventSem(&other, 0, 1), ZAT_OK);
+    const uint32_t others = heldMemory() - sizeof(OswEventSem);
+    Worker waiter([&] { return zatOSWWaitAllEventSem(other, ZAT_FOREVER); });
+    EXPECT_TRUE(waitFor([&] { return peek(recordOf<OswEventSem>(other).waiters) == 1; }));
+    EXPECT_EQ(zatOSWDeleteEventSem(other), ZAT_OK);
+    EXPECT_EQ(waiter.join(), ZAT_FAILED);
+    EXPECT_EQ(heldMemory(), others);
+}
+
+}  // namespace

@@ -1,0 +1,289 @@
+/**
+ * @file
+ * What holds for every semaphore that tasks wait on, whatever its kind. A kind is used as a token
+ * here: busy when it is made, given by give(), had by whoever wait() returns ZAT_OK to.
+ */
+#ifndef ZATOSW_TESTS_OSW_WAIT_FRAME_H
+#define ZATOSW_TESTS_OSW_WAIT_FRAME_H
+
+#include <errno.h>
+#include <sched.h>
+
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "osw/cond_wait.h"
+#include "osw/worker.h"
+
+template <class Kind>
+class WaitFrame : public testing::Test {
+  protected:
+    WaitFrame() { make(); }
+    ~WaitFrame() override {
+        if (handle != 0) Kind::remove(handle);
+    }
+
+    void make() { handle = Kind::makeBusy(); }
+    auto& record() { return recordOf<typename Kind::Record>(handle); }
+    ZatStatus wait(ZatTimeoutMs timeoutMs) { return Kind::wait(handle, timeoutMs); }
+    ZatStatus give() { return Kind::give(handle); }
+
+    /* Waits and, once served, gives it on. */
+    ZatStatus visit(ZatTimeoutMs timeoutMs) {
+        const ZatStatus status = wait(timeoutMs);
+        return status == ZAT_OK ? give() : status;
+    }
+
+    ZatStatus remove() {
+        const ZatStatus status = Kind::remove(handle);
+        handle = 0;
+        return status;
+    }
+
+    bool waiters(int32_t count) {
+        return waitFor([&] { return peek(record().waiters) == count; });
+    }
+    bool standbys(uint32_t count) {
+        return waitFor([&] { return peek(record().standbys) == count; });
+    }
+
+    /* A waiter that is woken and cannot run on before its gate is opened. */
+    std::unique_ptr<Worker> wokenBehind(Gate& gate) {
+        auto woken = std::make_unique<Worker>([&] {
+            condWaitScript.gate = &gate;
+            return visit(5000);
+        });
+        EXPECT_TRUE(waiters(1));
+        EXPECT_EQ(give(), ZAT_OK);
+        EXPECT_TRUE(waitFor([&] { return gate.reached.load(); }));
+        return woken;
+    }
+
+    ZatHandle handle = 0;
+};
+
+TYPED_TEST_SUITE_P(WaitFrame);
+
+TYPED_TEST_P(WaitFrame, TimesOut) {
+    Worker other([this] {
+        EXPECT_EQ(this->wait(0), ZAT_TIMED_OUT);
+        const Stopwatch stopwatch;
+        EXPECT_EQ(this->wait(60), ZAT_TIMED_OUT);
+        EXPECT_GE(stopwatch.elapsedMs(), 59u);
+        EXPECT_LT(stopwatch.elapsedMs(), 10000u);
+        return ZatStatus{ZAT_OK};
+    });
+    other.join();
+    EXPECT_EQ(this->record().waiters, 0);
+    EXPECT_EQ(this->give(), ZAT_OK);
+    EXPECT_EQ(this->wait(0), ZAT_OK);
+}
+
+TYPED_TEST_P(WaitFrame, GivesNothingForAWakeUpThatNobodySent) {
+    Worker early([this] {
+        condWaitScript.spurious = 3;
+        const Stopwatch stopwatch;
+        EXPECT_EQ(this->wait(50), ZAT_TIMED_OUT);
+        EXPECT_GE(stopwatch.elapsedMs(), 49u);
+        EXPECT_EQ(condWaitScript.spurious, 0) << "the library does not wait through this program";
+        return this->wait(0);
+    });
+    EXPECT_EQ(early.join(), ZAT_TIMED_OUT);
+    Worker patient([this] {
+        condWaitScript.spurious = 3;
+        return this->visit(ZAT_FOREVER);
+    });
+    EXPECT_TRUE(this->waiters(1));
+    EXPECT_EQ(this->give(), ZAT_OK);
+    EXPECT_EQ(patient.join(), ZAT_OK);
+}
+
+TYPED_TEST_P(WaitFrame, TakesAnInterruptedWaitAsATimeOut) {
+    Worker interrupted([this] {
+        condWaitScript.error = EINTR;
+        return this->wait(ZAT_FOREVER);
+    });
+    EXPECT_EQ(interrupted.join(), ZAT_TIMED_OUT);
+    EXPECT_EQ(this->record().waiters, 0);
+}
+
+TYPED_TEST_P(WaitFrame, AWokenWaiterWinsAgainstANewcomer) {
+    Gate gate;
+    auto woken = this->wokenBehind(gate);
+    std::atomic<bool> served{false};
+    Worker newcomer([&] {
+        const ZatStatus status = this->wait(5000);
+        served = true;
+        return status == ZAT_OK ? this->give() : status;
+    });
+    EXPECT_TRUE(this->standbys(1));
+    EXPECT_FALSE(served);
+    gate.open = true;
+    EXPECT_EQ(woken->join(), ZAT_OK);
+    EXPECT_EQ(newcomer.join(), ZAT_OK);
+    EXPECT_EQ(this->record().handoff, 0u);
+    EXPECT_EQ(this->wait(0), ZAT_OK) << "each of the two gave it on";
+}
+
+TYPED_TEST_P(WaitFrame, ADeletedNewcomerNoLongerStandsBack) {
+    Gate gate;
+    auto woken = this->wokenBehind(gate);
+    Worker newcomer([this] { return this->wait(ZAT_FOREVER); });
+    EXPECT_TRUE(this->standbys(1));
+    newcomer.remove();
+    EXPECT_EQ(peek(this->record().standbys), 0u);
+    gate.open = true;
+    EXPECT_EQ(woken->join(), ZAT_OK);
+    EXPECT_EQ(this->wait(0), ZAT_OK);
+}
+
+TYPED_TEST_P(WaitFrame, DeletionSendsEveryWaiterAwayAndTheLastOneFrees) {
+    const uint32_t others = heldMemory() - TypeParam::memorySize;
+    Gate gate;
+    Worker last([&] {
+        condWaitScript.gate = &gate;
+        return this->wait(ZAT_FOREVER);
+    });
+    Worker timed([this] { return this->wait(60000); });
+    Worker first([this] { return this->wait(ZAT_FOREVER); });
+    EXPECT_TRUE(this->waiters(3));
+    const ZatHandle deleted = this->handle;
+    EXPECT_EQ(this->remove(), ZAT_OK);
+    EXPECT_EQ(first.join(), ZAT_FAILED);
+    EXPECT_EQ(timed.join(), ZAT_FAILED);
+    EXPECT_EQ(TypeParam::wait(deleted, 0), ZAT_FAILED);
+    EXPECT_EQ(TypeParam::wait(deleted, ZAT_FOREVER), ZAT_FAILED);
+    EXPECT_EQ(TypeParam::give(deleted), ZAT_FAILED);
+    EXPECT_EQ(TypeParam::remove(deleted), ZAT_FAILED);
+    gate.open = true;
+    EXPECT_EQ(last.join(), ZAT_FAILED);
+    EXPECT_EQ(heldMemory(), others);
+}
+
+TYPED_TEST_P(WaitFrame, DeletionSendsAWokenWaiterAndANewcomerAway) {
+    const uint32_t others = heldMemory() - TypeParam::memorySize;
+    Gate gate;
+    auto woken = this->wokenBehind(gate);
+    Worker newcomer([this] { return this->wait(ZAT_FOREVER); });
+    EXPECT_TRUE(this->standbys(1));
+    EXPECT_EQ(this->remove(), ZAT_OK);
+    EXPECT_EQ(newcomer.join(), ZAT_FAILED);
+    gate.open = true;
+    EXPECT_EQ(woken->join(), ZAT_FAILED);
+    EXPECT_EQ(heldMemory(), others);
+}
+
+TYPED_TEST_P(WaitFrame, ADeletedWaiterIsNotCountedAnyMore) {
+    Worker victim([this] { return this->wait(ZAT_FOREVER); });
+    EXPECT_TRUE(this->waiters(1));
+    Worker next([this] { return this->visit(5000); });
+    EXPECT_TRUE(this->waiters(2));
+    victim.remove();
+    EXPECT_EQ(peek(this->record().waiters), 1);
+    EXPECT_EQ(this->give(), ZAT_OK);
+    EXPECT_EQ(next.join(), ZAT_OK);
+    EXPECT_EQ(this->wait(0), ZAT_OK);
+
+    Worker alone([this] { return this->wait(60000); });
+    EXPECT_TRUE(this->waiters(1));
+    alone.remove();
+    EXPECT_EQ(this->give(), ZAT_OK);
+    EXPECT_EQ(this->wait(0), ZAT_OK) << "nobody else is there to take it";
+}
+
+/* Which of the two is first differs from round to round. */
+TYPED_TEST_P(WaitFrame, AWakeUpForADeletedWaiterReachesAnother) {
+    const int rounds = emulated() ? 20 : 100;
+    for (int round = 0; round < rounds; ++round) {
+        Worker victim([this] { return this->visit(ZAT_FOREVER); });
+        EXPECT_TRUE(this->waiters(1));
+        Worker other([this] { return this->visit(5000); });
+        EXPECT_TRUE(this->waiters(2));
+        if (round % 2 == 0) {
+            EXPECT_EQ(this->give(), ZAT_OK);
+            victim.remove();
+        } else {
+            EXPECT_EQ(zatOSWDeleteTask(victim.id()), ZAT_OK);
+            EXPECT_EQ(this->give(), ZAT_OK);
+            victim.join();
+        }
+        ASSERT_EQ(other.join(), ZAT_OK) << "round " << round;
+        ASSERT_EQ(this->wait(0), ZAT_OK) << "round " << round;
+    }
+}
+
+TYPED_TEST_P(WaitFrame, IsFreedOnceWhenItAndItsWaiterAreDeletedTogether) {
+    const uint32_t others = heldMemory() - TypeParam::memorySize;
+    const int rounds = emulated() ? 20 : 100;
+    for (int round = 0; round < rounds; ++round) {
+        Worker victim([this] { return this->wait(ZAT_FOREVER); });
+        EXPECT_TRUE(this->waiters(1));
+        if (round % 2 == 0) zatOSWDeleteTask(victim.id());
+        EXPECT_EQ(this->remove(), ZAT_OK);
+        if (round % 2 != 0) zatOSWDeleteTask(victim.id());
+        victim.join();
+        ASSERT_EQ(heldMemory(), others);
+        this->make();
+    }
+}
+
+TYPED_TEST_P(WaitFrame, ServesOneAtATimeUnderStress) {
+    const uint32_t seed = testSeed();
+    const int visits = emulated() ? 100 : 1000;
+    volatile uint32_t inside = 0;
+    volatile uint32_t served = 0;
+    std::atomic<uint32_t> broken{0};
+    std::atomic<uint32_t> succeeded{0};
+    const auto visit = [&](std::minstd_rand& random, ZatTimeoutMs timeoutMs) {
+        const ZatStatus status = this->wait(timeoutMs);
+        if (status == ZAT_TIMED_OUT) return;
+        if (status != ZAT_OK || inside != 0) ++broken;
+        inside = inside + 1;
+        if (random() % 4 == 0) sched_yield();
+        inside = inside - 1;
+        served = served + 1;
+        ++succeeded;
+        if (this->give() != ZAT_OK) ++broken;
+    };
+    const auto visitor = [&](uint32_t number) {
+        return [&, number] {
+            std::minstd_rand random(seed + number);
+            static constexpr ZatTimeoutMs timeouts[] = {0, 1, 3, ZAT_FOREVER};
+            for (int i = 0; i < visits; ++i)
+                visit(random, timeouts[random() % 4]);
+            return ZatStatus{ZAT_OK};
+        };
+    };
+    EXPECT_EQ(this->give(), ZAT_OK);
+    {
+        std::vector<std::unique_ptr<Worker>> visitors;
+        for (uint32_t number = 1; number <= 3; ++number)
+            visitors.push_back(std::make_unique<Worker>(visitor(number)));
+        std::minstd_rand random(seed);
+        for (int i = 0; i < visits / 10; ++i) {
+            Worker victim([&] {
+                for (std::minstd_rand own(seed + 99);; pthread_testcancel())
+                    visit(own, ZAT_FOREVER);
+                return ZatStatus{ZAT_OK};
+            });
+            visit(random, ZAT_FOREVER);
+            zatOSWSleep(random() % 2);
+            victim.remove();
+        }
+    }
+    EXPECT_EQ(broken, 0u);
+    EXPECT_EQ(served, succeeded);
+    EXPECT_EQ(this->record().waiters, 0);
+    EXPECT_EQ(this->wait(0), ZAT_OK) << "the last visitor gave it on";
+    EXPECT_EQ(this->wait(0) == ZAT_OK, TypeParam::recursive) << "and there is only one";
+}
+
+REGISTER_TYPED_TEST_SUITE_P(
+    WaitFrame, TimesOut, GivesNothingForAWakeUpThatNobodySent, TakesAnInterruptedWaitAsATimeOut,
+    AWokenWaiterWinsAgainstANewcomer, ADeletedNewcomerNoLongerStandsBack,
+    DeletionSendsEveryWaiterAwayAndTheLastOneFrees, DeletionSendsAWokenWaiterAndANewcomerAway,
+    ADeletedWaiterIsNotCountedAnyMore, AWakeUpForADeletedWaiterReachesAnother,
+    IsFreedOnceWhenItAndItsWaiterAreDeletedTogether, ServesOneAtATimeUnderStress);
+
+#endif

@@ -1,0 +1,96 @@
+/**
+ * @file
+ * Tasks that play a part in a test, and what can be seen of the library from outside.
+ */
+#ifndef ZATOSW_TESTS_OSW_WORKER_H
+#define ZATOSW_TESTS_OSW_WORKER_H
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "osw/osw.h"
+#include "support/support.h"
+
+/** A value that another thread changes. */
+template <class T>
+T peek(const T& value) {
+    return __atomic_load_n(&value, __ATOMIC_SEQ_CST);
+}
+
+/** The record behind a handle. */
+template <class Record>
+Record& recordOf(ZatHandle handle) {
+    return *reinterpret_cast<Record*>(handle);
+}
+
+inline uint32_t wordOf(const void* address) {
+    return reinterpret_cast<uint32_t>(address);
+}
+
+/** A joinable task that runs a function; it is joined at the end of the scope. */
+class Worker {
+  public:
+    explicit Worker(std::function<ZatStatus()> work, const char* name = "worker")
+        : work_(std::move(work)) {
+        EXPECT_EQ(zatOSWCreateJoinTask(&id_, name, ZAT_INHERIT_PRIORITY, 131072, run, 1,
+                                       wordOf(this), 0, 0, 0, 0, 0, 0, 0, 0, 0),
+                  ZAT_OK);
+    }
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
+    ~Worker() { join(); }
+
+    ZatTaskId id() const { return id_; }
+
+    /** What the function returned; all ones if the task was deleted. */
+    ZatStatus join() {
+        if (id_ != 0) {
+            EXPECT_EQ(zatOSWWaitJoinableTask(id_, 1, &result_), ZAT_OK);
+        }
+        id_ = 0;
+        return result_;
+    }
+
+    void remove() {
+        EXPECT_EQ(zatOSWDeleteTask(id_), ZAT_OK);
+        join();
+    }
+
+  private:
+    static uint32_t run(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                        uint32_t, uint32_t, uint32_t) {
+        return reinterpret_cast<Worker*>(self)->work_();
+    }
+
+    std::function<ZatStatus()> work_;
+    ZatTaskId id_ = 0;
+    uint32_t result_ = 0;
+};
+
+inline zatOSWTaskInfo infoOf(ZatTaskId task) {
+    zatOSWTaskInfo info;
+    zatOSWGetTaskInfo(task, &info);
+    return info;
+}
+
+/** Bytes of partition memory that were allocated by the calling task and are not freed yet. */
+inline uint32_t heldMemory() {
+    return infoOf(0).memSize;
+}
+
+/** The name of a task; empty when it is not registered. */
+inline std::string nameOf(ZatTaskId task) {
+    char name[ZAT_TASK_NAME_BUFFER_SIZE] = "";
+    zatOSWGetTaskName(task, name);
+    return name;
+}
+
+inline bool isRegistered(const char* name) {
+    ZatTaskId task = 0;
+    return zatOSWGetTaskIdByName(&task, name) == ZAT_OK;
+}
+
+#endif
