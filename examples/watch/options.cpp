@@ -1,0 +1,52 @@
+#include "options.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+static constexpr unsigned secondsWithoutTerminal = 5;
+static constexpr unsigned longestRun = 4000000;  // seconds, what fits in 32-bit milliseconds
+
+void printHelp(const char* program) {
+    printf(
+        "Usage: %s [--alarm PERCENT] [--seconds N]\n"
+        "Watches this machine: samples its processors, memory and load ten times a second and\n"
+        "reports once a second.\n"
+        "\n"
+        "  --alarm PERCENT  processor use that raises the alarm (default 90)\n"
+        "  --seconds N      how long to run; 0 = until Ctrl-C (default 0, but %u when standard\n"
+        "                   input is no terminal)\n"
+        "  --help           this text\n",
+        program, secondsWithoutTerminal);
+}
+
+// The number after an option, in the given range.
+static bool readNumber(const char* option, const char* word, double highest, double& number) {
+    char* end = nullptr;
+    number = word == nullptr ? -1.0 : strtod(word, &end);
+    if (word != nullptr && end != word && *end == '\0' && number >= 0.0 && number <= highest)
+        return true;
+    fprintf(stderr, "%s needs a number from 0 to %.0f\n", option, highest);
+    return false;
+}
+
+bool readOptions(int count, char** words, Options& options) {
+    if (!isatty(STDIN_FILENO)) options.seconds = secondsWithoutTerminal;
+    for (int i = 1; i < count; ++i) {
+        const char* word = words[i];
+        double number = 0.0;
+        if (strcmp(word, "--help") == 0) {
+            options.help = true;
+        } else if (strcmp(word, "--alarm") == 0) {
+            if (!readNumber(word, words[++i], 100.0, options.alarmPercent)) return false;
+        } else if (strcmp(word, "--seconds") == 0) {
+            if (!readNumber(word, words[++i], longestRun, number)) return false;
+            options.seconds = static_cast<unsigned>(number);
+        } else {
+            fprintf(stderr, "Unknown option %s; try --help\n", word);
+            return false;
+        }
+    }
+    return true;
+}

@@ -1,0 +1,16 @@
+// What the user asked for on the command line.
+#ifndef WATCH_OPTIONS_H
+#define WATCH_OPTIONS_H
+
+struct Options {
+    double alarmPercent = 90.0;  // processor use that raises the alarm
+    unsigned seconds = 0;        // how long to run; 0 = until Ctrl-C
+    bool help = false;
+};
+
+// Reads the command line; false, after a message on standard error, when it makes no sense.
+bool readOptions(int count, char** words, Options& options);
+
+void printHelp(const char* program);
+
+#endif
