@@ -118,22 +118,32 @@ static MemBlockTag* takeBlock(MemPartHead* part, MemSide side, uint32_t need) {
     return tag;
 }
 
+/*
+ * Makes a block part of the one in front of it. The end marker may name the block, though others
+ * lie between (see cutBack): it must not go on naming a tag that is none any more.
+ */
+static void absorb(MemPartHead* part, MemBlockTag* into, const MemBlockTag* block) {
+    into->sizeFlags += memBlockSize(block);
+    nextTag(into)->prevSize = memBlockSize(into);
+    const uint32_t markerAt = part->end - sizeof(MemBlockTag);
+    MemBlockTag* marker = memTagAt(part, markerAt);
+    if (markerAt - marker->prevSize == distance(part, block))
+        marker->prevSize = markerAt - distance(part, into);
+}
+
 /* Merges a free block with a free one behind it. */
-static void mergeWithNext(MemBlockTag* tag) {
-    MemBlockTag* next = nextTag(tag);
-    if (isEndMarker(next) || memIsAllocated(next)) return;
-    tag->sizeFlags += memBlockSize(next);
-    nextTag(tag)->prevSize = memBlockSize(tag);
+static void mergeWithNext(MemPartHead* part, MemBlockTag* tag) {
+    const MemBlockTag* next = nextTag(tag);
+    if (!isEndMarker(next) && !memIsAllocated(next)) absorb(part, tag, next);
 }
 
 /* Merges a free block with a free one in front of it; returns what the block is part of now. */
-static MemBlockTag* mergeWithPrevious(MemBlockTag* tag) {
+static MemBlockTag* mergeWithPrevious(MemPartHead* part, MemBlockTag* tag) {
     if (tag->prevSize == 0) return tag;
     auto* previous =
         reinterpret_cast<MemBlockTag*>(reinterpret_cast<uint8_t*>(tag) - tag->prevSize);
     if (memIsAllocated(previous)) return tag;
-    previous->sizeFlags += memBlockSize(tag);
-    nextTag(previous)->prevSize = memBlockSize(previous);
+    absorb(part, previous, tag);
     return previous;
 }
 
@@ -141,7 +151,7 @@ static void freeBlock(MemPartHead* part, MemBlockTag* tag) {
     part->curBytes -= memBlockSize(tag);
     part->curBlocks -= 1;
     tag->sizeFlags &= ~memAllocated;
-    mergeWithNext(mergeWithPrevious(tag));
+    mergeWithNext(part, mergeWithPrevious(part, tag));
 }
 
 /* Gives the first bytes of an allocated block back; returns the block that remains. */
@@ -151,7 +161,7 @@ static MemBlockTag* cutFront(MemPartHead* part, MemBlockTag* tag, uint32_t front
     nextTag(rest)->prevSize = memBlockSize(rest);
     part->curBytes -= front;
     tag->sizeFlags &= ~memAllocated;
-    mergeWithPrevious(tag);
+    mergeWithPrevious(part, tag);
     return rest;
 }
 
@@ -167,7 +177,7 @@ static void cutBack(MemPartHead* part, MemBlockTag* tag, uint32_t keep) {
     MemBlockTag* next = nextTag(tail);
     if (isEndMarker(next)) return;
     next->prevSize = tailSize;
-    mergeWithNext(tail);
+    mergeWithNext(part, tail);
 }
 
 ZatStatus oswPartAllocate(MemPartHead* part, MemSide side, uint32_t size, void** out) {

@@ -71,8 +71,7 @@ static ZatStatus sysAlloc(ZatPartition partition, void** out, uint32_t size, uin
 
 static ZatStatus freeDefault(ZatPartition partition, void* block, uint32_t caller) {
     auto* part = oswRecord<MemPartHead>(partition);
-    if (part == nullptr || block == nullptr || !oswPartContains(part, oswHeaderOf(block)))
-        return ZAT_OSW_PART_BAD_ADDRESS;
+    if (part == nullptr || block == nullptr) return ZAT_OSW_PART_BAD_ADDRESS;
     MemDbgHead* header = oswHeaderCheck(block);
     if (header == nullptr) {
         oswHeaderFault(OSW_SYS_FREE, block, caller, __LINE__);

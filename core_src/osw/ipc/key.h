@@ -25,10 +25,10 @@ ZATOSW_BEGIN_DECLS
  * @param key     receives the key; written on success only
  *
  * @return ZAT_OK                     the key was found
- * @return ZAT_FAILED                 name or key is null, or the path is too long
+ * @return ZAT_FAILED                 name or key is null
  * @return ZAT_IPC_KEY_DIR_FAILED     the key directory cannot be created; the next call tries again
  * @return ZAT_IPC_KEY_CREATE_FAILED  the key file cannot be created
- * @return ZAT_IPC_KEY_STAT_FAILED    the key file cannot be queried
+ * @return ZAT_IPC_KEY_STAT_FAILED    the key file cannot be queried, or its path is too long
  * @return ZAT_IPC_KEY_RENAME_FAILED  a key file with a reserved inode cannot be moved aside
  *
  * Does not wait, but for the file system. May be called from any task.
@@ -41,7 +41,7 @@ ZATOSW_API ZatStatus zatOSWIpcGetServerIpcKey(const char* name, uint32_t unused,
  * @param name  NUL-terminated name
  *
  * @return ZAT_OK                  the file is gone; it need not have existed
- * @return ZAT_FAILED              name is null, or the path is too long
+ * @return ZAT_FAILED              name is null
  * @return ZAT_IPC_KEY_DIR_FAILED  the key directory cannot be created
  */
 ZATOSW_API ZatStatus zatOSWIpcRevokeServerIpcKey(const char* name);
