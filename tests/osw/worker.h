@@ -70,6 +70,16 @@ class Worker {
     uint32_t result_ = 0;
 };
 
+/** Starts a task with the caller's priority and one argument. */
+inline ZatTaskId startTask(ZatTaskEntry entry, int32_t joinMode, const char* name = "task",
+                           uint32_t argument = 0, uint32_t stackSize = 131072) {
+    ZatTaskId task = 0;
+    EXPECT_EQ(zatOSWCreateJoinTask(&task, name, ZAT_INHERIT_PRIORITY, stackSize, entry, joinMode,
+                                   argument, 0, 0, 0, 0, 0, 0, 0, 0, 0),
+              ZAT_OK);
+    return task;
+}
+
 inline zatOSWTaskInfo infoOf(ZatTaskId task) {
     zatOSWTaskInfo info;
     zatOSWGetTaskInfo(task, &info);

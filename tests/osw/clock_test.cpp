@@ -1,0 +1,127 @@
+/* The clock calls, with what they ask of the system answered by the test. */
+
+#include "osw/clock.h"
+
+#include <dlfcn.h>
+#include <errno.h>
+#include <signal.h>
+#include <sys/time.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "osw/worker.h"
+
+namespace {
+
+/* Answers of the system; without one, it is the system's own. */
+const timeval* wallClock;
+int clockError;
+timeval clockSet;
+const char* uptime;
+bool uptimeMissing;
+
+int answerClock() {
+    errno = clockError;
+    return clockError == 0 ? 0 : -1;
+}
+
+}  // namespace
+
+extern "C" int gettimeofday(timeval* now, void*) noexcept {
+    if (clockError != 0) return answerClock();
+    if (wallClock != nullptr) {
+        *now = *wallClock;
+        return 0;
+    }
+    timespec time;
+    clock_gettime(CLOCK_REALTIME, &time);
+    *now = {time.tv_sec, time.tv_nsec / 1000};
+    return 0;
+}
+
+extern "C" int settimeofday(const timeval* time, const struct timezone*) noexcept {
+    clockSet = *time;
+    return answerClock();
+}
+
+extern "C" FILE* fopen(const char* path, const char* mode) {
+    static const auto real = reinterpret_cast<decltype(&fopen)>(dlsym(RTLD_NEXT, "fopen64"));
+    if (strcmp(path, "/proc/uptime") != 0) return real(path, mode);
+    if (uptimeMissing) return nullptr;
+    if (uptime == nullptr) return real(path, mode);
+    FILE* file = tmpfile();
+    fputs(uptime, file);
+    rewind(file);
+    return file;
+}
+
+namespace {
+
+class Clock : public testing::Test {
+  protected:
+    ~Clock() override {
+        wallClock = nullptr;
+        clockError = 0;
+    }
+};
+
+TEST_F(Clock, TellsTheWallClock) {
+    static const timeval time = {0x7FFFFFFE, 999999};
+    wallClock = &time;
+    ZatClock clock = {};
+    EXPECT_EQ(zatOSWGetClock(&clock), ZAT_OK);
+    EXPECT_EQ(clock.seconds, 0x7FFFFFFEu);
+    EXPECT_EQ(clock.nanoseconds, 999999000u);
+    EXPECT_EQ(zatOSWGetSysTimer(), static_cast<uint32_t>(0x7FFFFFFEull * 1000 + 999)) << "wraps";
+    clockError = EFAULT;
+    EXPECT_EQ(zatOSWGetClock(&clock), ZatStatus{EFAULT});
+}
+
+TEST_F(Clock, SetsTheWallClock) {
+    const ZatClock clock = {1234567890, 123456789};
+    EXPECT_EQ(zatOSWSetClock(&clock), ZAT_OK);
+    EXPECT_EQ(clockSet.tv_sec, 1234567890);
+    EXPECT_EQ(clockSet.tv_usec, 123456);
+    clockError = EPERM;
+    EXPECT_EQ(zatOSWSetClock(&clock), ZatStatus{EPERM});
+}
+
+TEST_F(Clock, TellsTheTimeSinceBootInHundredths) {
+    zatOSWInit();
+    const uint32_t memory = heldMemory();
+    uptime = "12345.67 54321.00\n";
+    EXPECT_EQ(zatOSWGetSysPassTime(), 1234567u);
+    uptime = "0.05 0.00\n";
+    EXPECT_EQ(zatOSWGetSysPassTime(), 5u);
+    uptime = nullptr;
+    const uint32_t before = zatOSWGetSysPassTime();
+    timespec boot;
+    clock_gettime(CLOCK_BOOTTIME, &boot);
+    EXPECT_NEAR(before, boot.tv_sec * 100.0 + boot.tv_nsec / 1e7, 500);
+    EXPECT_EQ(heldMemory(), memory);
+    uptimeMissing = true;
+    EXPECT_EQ(zatOSWGetSysPassTime(), 0xFFFFFFFFu);
+    uptimeMissing = false;
+}
+
+TEST_F(Clock, SleepsItsTimeWhateverSignalsCome) {
+    static volatile sig_atomic_t signals;
+    struct sigaction action = {};
+    action.sa_handler = [](int) { signals = signals + 1; };
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval every = {{0, 7000}, {0, 7000}};
+    setitimer(ITIMER_REAL, &every, nullptr);
+    const Stopwatch stopwatch;
+    zatOSWSleep(1100);
+    EXPECT_GE(stopwatch.elapsedMs(), 1099u);
+    EXPECT_LT(stopwatch.elapsedMs(), 20000u);
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    EXPECT_GT(signals, 3);
+    zatOSWSleep(0);
+}
+
+}  // namespace

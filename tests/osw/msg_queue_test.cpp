@@ -1,0 +1,258 @@
+#include "osw/msg_queue.h"
+
+#include <algorithm>
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "osw/cond_wait.h"
+#include "osw/count_sem_private.h"
+#include "osw/msg_queue_private.h"
+#include "osw/worker.h"
+
+namespace {
+
+constexpr uint32_t messageSize = 12;
+
+ZatMsgQueue make(uint32_t capacity, uint32_t options = 0) {
+    ZatMsgQueue queue = 0;
+    EXPECT_EQ(zatOSWCreateMsgQueue(&queue, capacity, messageSize, options), ZAT_OK);
+    return queue;
+}
+
+ZatStatus send(ZatMsgQueue queue, const std::string& text, ZatTimeoutMs timeoutMs = 0,
+               uint32_t urgent = 0) {
+    return zatOSWSendMsgQueue(queue, text.data(), static_cast<uint32_t>(text.size()), timeoutMs,
+                              urgent);
+}
+
+std::string receive(ZatMsgQueue queue) {
+    char message[messageSize + 1] = "";
+    EXPECT_EQ(zatOSWReceiveMsgQueue(queue, message, messageSize, 0), ZAT_OK);
+    return message;
+}
+
+/* Waits until tasks wait on one of a queue's semaphores. */
+bool waiters(ZatCountSem semaphore, int32_t count) {
+    return waitFor([=] { return peek(recordOf<OswCountSem>(semaphore).waiters) == count; });
+}
+
+/* The ring against the messages that it should hold, in their order. */
+void checkRing(ZatMsgQueue handle, const std::deque<std::string>& messages) {
+    const auto& queue = recordOf<OswMsgQueue>(handle);
+    ASSERT_EQ(queue.msgCount, messages.size());
+    ASSERT_LT(queue.head, queue.capacity);
+    ASSERT_EQ(queue.tail, (queue.head + queue.msgCount) % queue.capacity);
+    for (uint32_t i = 0; i < queue.msgCount; ++i) {
+        const auto* slot = queue.buffer + (queue.head + i) % queue.capacity * messageSize;
+        std::string padded = messages[i];
+        padded.resize(messageSize);
+        ASSERT_EQ(memcmp(slot, padded.data(), messageSize), 0) << "message " << i;
+    }
+    const auto count = static_cast<int32_t>(queue.msgCount);
+    ASSERT_EQ(recordOf<OswCountSem>(queue.msgSem).count, count);
+    ASSERT_EQ(queue.growable, queue.slotSem == 0);
+    if (queue.growable) return;
+    const auto capacity = static_cast<int32_t>(queue.capacity);
+    ASSERT_EQ(recordOf<OswCountSem>(queue.slotSem).count, capacity - count);
+}
+
+class MsgQueueModel : public testing::TestWithParam<uint32_t> {};
+
+TEST_P(MsgQueueModel, HoldsWhatADoubleEndedQueueWould) {
+    const bool growable = (GetParam() & 0x10) != 0;
+    std::minstd_rand random(testSeed());
+    const uint32_t memory = (zatOSWInit(), heldMemory());
+    uint32_t capacity = 4;
+    const ZatMsgQueue queue = make(capacity, GetParam());
+    std::deque<std::string> model;
+    std::string grown;
+    testing::internal::CaptureStderr();
+    for (int step = 0; step < 3000 && !HasFatalFailure(); ++step) {
+        /* First more sends than receives, so that a growable queue grows some times. */
+        if (random() % 8 < (step < 60 ? 6u : 4u)) {
+            std::string text(random() % (messageSize + 1), static_cast<char>('a' + random() % 26));
+            const uint32_t urgent = random() % 3 == 0 ? random() : 0;
+            const bool room = growable || model.size() < capacity;
+            ASSERT_EQ(send(queue, text, 0, urgent), room ? ZAT_OK : ZAT_TIMED_OUT);
+            if (!room) continue;
+            if (model.size() == capacity) {
+                capacity += 4;
+                char line[100];
+                snprintf(line, sizeof line,
+                         "OSW:<Warning>:MessageQueueGrown:qid=%d size=%u length=12\n",
+                         static_cast<int>(queue), static_cast<unsigned>(capacity));
+                grown += line;
+            }
+            model.insert(urgent != 0 ? model.begin() : model.end(), text);
+        } else {
+            char buffer[messageSize + 4];
+            memset(buffer, '#', sizeof buffer);
+            const uint32_t size = random() % (sizeof buffer + 1);
+            const ZatStatus status = zatOSWReceiveMsgQueue(queue, buffer, size, 0);
+            ASSERT_EQ(status, model.empty() ? ZAT_TIMED_OUT : ZAT_OK);
+            if (model.empty()) continue;
+            std::string expected = model.front();
+            model.pop_front();
+            expected.resize(messageSize);
+            expected.resize(std::min(size, messageSize));
+            expected.resize(sizeof buffer, '#');
+            ASSERT_EQ(std::string(buffer, sizeof buffer), expected);
+        }
+        uint32_t count = ~0u;
+        ASSERT_EQ(zatOSWQueryMsgQueue(queue, &count), ZAT_OK);
+        ASSERT_EQ(count, model.size());
+        ASSERT_EQ(recordOf<OswMsgQueue>(queue).capacity, capacity);
+        checkRing(queue, model);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), grown);
+    EXPECT_EQ(grown.empty(), !growable);
+    EXPECT_EQ(zatOSWDeleteMsgQueue(queue), ZAT_OK);
+    EXPECT_EQ(heldMemory(), memory);
+}
+
+INSTANTIATE_TEST_SUITE_P(Options, MsgQueueModel, testing::Values(0u, 0x10u, ~0x10u));
+
+TEST(MsgQueue, RefusesWhatDoesNotFitAndWhatIsUnknown) {
+    const ZatMsgQueue queue = make(2);
+    EXPECT_EQ(send(queue, "thirteen byte"), ZAT_FAILED);
+    EXPECT_EQ(recordOf<OswMsgQueue>(queue).msgCount, 0u);
+    uint32_t count = 0;
+    char message[messageSize];
+    const auto refused = [&](ZatMsgQueue unknown) {
+        EXPECT_EQ(zatOSWReceiveMsgQueue(unknown, message, messageSize, ZAT_FOREVER), ZAT_FAILED);
+        EXPECT_EQ(zatOSWQueryMsgQueue(unknown, &count), ZAT_FAILED);
+    };
+    refused(0);
+    refused(wordOf(message));
+    EXPECT_EQ(zatOSWDeleteMsgQueue(queue), ZAT_OK);
+    refused(queue);
+}
+
+TEST(MsgQueue, WaitsForAMessageAndForASlot) {
+    const ZatMsgQueue queue = make(1);
+    const auto timesOut = [](auto call) {
+        const Stopwatch stopwatch;
+        EXPECT_EQ(call(), ZAT_TIMED_OUT);
+        EXPECT_GE(stopwatch.elapsedMs(), 49u);
+    };
+    char message[messageSize];
+    timesOut([&] { return zatOSWReceiveMsgQueue(queue, message, messageSize, 50); });
+    Worker receiver([=] {
+        char text[messageSize + 1] = "";
+        EXPECT_EQ(zatOSWReceiveMsgQueue(queue, text, messageSize, ZAT_FOREVER), ZAT_OK);
+        return static_cast<ZatStatus>(text[0]);
+    });
+    EXPECT_TRUE(waiters(recordOf<OswMsgQueue>(queue).msgSem, 1));
+    EXPECT_EQ(send(queue, "A"), ZAT_OK);
+    EXPECT_EQ(receiver.join(), ZatStatus{'A'});
+
+    EXPECT_EQ(send(queue, "B"), ZAT_OK);
+    timesOut([&] { return send(queue, "C", 50); });
+    Worker sender([=] { return send(queue, "D", 5000); });
+    EXPECT_TRUE(waiters(recordOf<OswMsgQueue>(queue).slotSem, 1));
+    EXPECT_EQ(receive(queue), "B");
+    EXPECT_EQ(sender.join(), ZAT_OK);
+    EXPECT_EQ(receive(queue), "D");
+    checkRing(queue, {});
+    EXPECT_EQ(zatOSWDeleteMsgQueue(queue), ZAT_OK);
+}
+
+TEST(MsgQueue, ADeletedTaskTakesNeitherSlotNorMessage) {
+    const ZatMsgQueue queue = make(1);
+    Worker receiver([=] {
+        char text[messageSize];
+        return zatOSWReceiveMsgQueue(queue, text, messageSize, ZAT_FOREVER);
+    });
+    EXPECT_TRUE(waiters(recordOf<OswMsgQueue>(queue).msgSem, 1));
+    receiver.remove();
+    EXPECT_EQ(send(queue, "A"), ZAT_OK);
+    checkRing(queue, {"A"});
+    Worker sender([=] { return send(queue, "B", 60000); });
+    EXPECT_TRUE(waiters(recordOf<OswMsgQueue>(queue).slotSem, 1));
+    sender.remove();
+    EXPECT_EQ(receive(queue), "A");
+    checkRing(queue, {});
+    EXPECT_EQ(zatOSWDeleteMsgQueue(queue), ZAT_OK);
+}
+
+TEST(MsgQueue, DeletionSendsAllWhoWaitAway) {
+    const uint32_t memory = (zatOSWInit(), heldMemory());
+    const ZatMsgQueue full = make(1);
+    const ZatMsgQueue empty = make(1);
+    EXPECT_EQ(send(full, "A"), ZAT_OK);
+    Gate gate;
+    Worker woken([&] {
+        condWaitScript.gate = &gate;
+        return send(full, "late", 5000);
+    });
+    EXPECT_TRUE(waiters(recordOf<OswMsgQueue>(full).slotSem, 1));
+    Worker sender([=] { return send(full, "B", ZAT_FOREVER); });
+    const auto work = [=] {
+        char text[messageSize];
+        return zatOSWReceiveMsgQueue(empty, text, messageSize, ZAT_FOREVER);
+    };
+    Worker receiver(work);
+    Worker another(work);
+    EXPECT_TRUE(waiters(recordOf<OswMsgQueue>(full).slotSem, 2));
+    EXPECT_TRUE(waiters(recordOf<OswMsgQueue>(empty).msgSem, 2));
+    EXPECT_EQ(receive(full), "A");
+    EXPECT_TRUE(waitFor([&] { return gate.reached.load(); }));
+    EXPECT_EQ(zatOSWDeleteMsgQueue(full), ZAT_OK);
+    EXPECT_EQ(zatOSWDeleteMsgQueue(empty), ZAT_OK);
+    EXPECT_EQ(sender.join(), ZAT_FAILED);
+    EXPECT_EQ(receiver.join(), ZAT_FAILED);
+    EXPECT_EQ(another.join(), ZAT_FAILED);
+    gate.open = true;
+    EXPECT_EQ(woken.join(), ZAT_FAILED);
+    EXPECT_EQ(heldMemory(), memory);
+}
+
+class MsgQueueStress : public testing::TestWithParam<uint32_t> {};
+
+TEST_P(MsgQueueStress, KeepsTheOrderOfEachSender) {
+    static constexpr uint32_t senders = 3;
+    const uint32_t messages = emulated() ? 300 : 3000;
+    const ZatMsgQueue queue = make(4, GetParam());
+    std::atomic<uint32_t> received{0};
+    std::vector<std::unique_ptr<Worker>> workers;
+    testing::internal::CaptureStderr();
+    const auto receiver = [&] {
+        uint32_t last[senders] = {};
+        for (;;) {
+            uint32_t message[3];
+            if (zatOSWReceiveMsgQueue(queue, message, sizeof message, ZAT_FOREVER) != ZAT_OK)
+                return ZatStatus{1};
+            if (message[1] == 0) return ZatStatus{ZAT_OK};
+            if (message[2] != 0 || message[0] >= senders || message[1] <= last[message[0]])
+                return ZatStatus{2};
+            last[message[0]] = message[1];
+            ++received;
+        }
+    };
+    for (int i = 0; i < 2; ++i)
+        workers.push_back(std::make_unique<Worker>(receiver));
+    for (uint32_t number = 0; number < senders; ++number)
+        workers.push_back(std::make_unique<Worker>([&, number] {
+            for (uint32_t message[2] = {number, 1}; message[1] <= messages; ++message[1])
+                if (zatOSWSendMsgQueue(queue, message, 8, ZAT_FOREVER, 0) != ZAT_OK)
+                    return ZatStatus{3};
+            return ZatStatus{ZAT_OK};
+        }));
+    for (size_t i = 2; i < workers.size(); ++i)
+        EXPECT_EQ(workers[i]->join(), ZAT_OK);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(send(queue, "", ZAT_FOREVER), ZAT_OK);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(workers[i]->join(), ZAT_OK);
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(received, senders * messages);
+    checkRing(queue, {});
+    EXPECT_EQ(zatOSWDeleteMsgQueue(queue), ZAT_OK);
+}
+
+INSTANTIATE_TEST_SUITE_P(Options, MsgQueueStress, testing::Values(0u, 0x10u));
+
+}  // namespace

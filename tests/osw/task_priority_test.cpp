@@ -1,0 +1,187 @@
+#include "osw/task_priority.h"
+
+#include <errno.h>
+#include <sched.h>
+
+#include "osw/worker.h"
+
+namespace {
+
+/* Whatever a case does to the main task's scheduling and to the default policy is undone. */
+class TaskPriority : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(zatOSWInit(), ZAT_OK);
+        sched_param parameters = {};
+        parameters.sched_priority = 1;
+        if (pthread_setschedparam(pthread_self(), SCHED_RR, &parameters) == EPERM)
+            GTEST_SKIP() << "real-time scheduling is not permitted";
+        restore();
+        ASSERT_EQ(zatOSWCreateEventSem(&event, 0, 0), ZAT_OK);
+    }
+    ~TaskPriority() override {
+        restore();
+        zatOSWSetTaskScheduler(SCHED_FIFO);
+        if (event != 0) zatOSWDeleteEventSem(event);
+    }
+
+    static void restore() {
+        const sched_param parameters = {};
+        pthread_setschedparam(pthread_self(), SCHED_OTHER, &parameters);
+    }
+
+    static uint32_t waitForEvent(uint32_t event, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                                 uint32_t, uint32_t, uint32_t, uint32_t) {
+        return zatOSWWaitEventSem(event, ZAT_FOREVER);
+    }
+
+    /* The record and the thread tell the same. */
+    static void expect(ZatTaskId task, int32_t policy, int32_t priority) {
+        sched_param parameters = {};
+        int actual = -1;
+        EXPECT_EQ(pthread_getschedparam(task, &actual, &parameters), 0);
+        EXPECT_EQ(actual, policy);
+        EXPECT_EQ(parameters.sched_priority, priority);
+        EXPECT_EQ(infoOf(task).policy, policy);
+        EXPECT_EQ(infoOf(task).priority, priority);
+    }
+    void end(ZatTaskId task) {
+        EXPECT_EQ(zatOSWDeleteTaskJoin(task, 0), ZAT_OK);
+        EXPECT_TRUE(waitFor([=] { return nameOf(task).empty(); }));
+    }
+    void expectCreated(int32_t asked, int32_t policy, int32_t priority) {
+        ZatTaskId task = 0;
+        ASSERT_EQ(zatOSWCreateJoinTask(&task, "task", asked, 0, waitForEvent, 1, event, 0, 0, 0, 0,
+                                       0, 0, 0, 0, 0),
+                  ZAT_OK);
+        expect(task, policy, priority);
+        end(task);
+    }
+    void expectCreatedVxv(uint32_t asked, int32_t policy, int32_t priority) {
+        ZatTaskId task = 0;
+        ASSERT_EQ(zatOSWCreateTaskVxv(&task, "task", asked, 0, waitForEvent, event, 0, 0, 0, 0, 0,
+                                      0, 0, 0, 0),
+                  ZAT_OK);
+        expect(task, policy, priority);
+        EXPECT_EQ(zatOSWDeleteTask(task), ZAT_OK);
+    }
+
+    ZatEventSem event = 0;
+};
+
+TEST(TaskPriorityMap, FallsFromTheHighestToTheLowest) {
+    EXPECT_EQ(zatOSWTaskPriorityMap[0], 99);
+    EXPECT_EQ(zatOSWTaskPriorityMap[1], 99);
+    EXPECT_EQ(zatOSWTaskPriorityMap[83], 58);
+    EXPECT_EQ(zatOSWTaskPriorityMap[84], 57);
+    EXPECT_EQ(zatOSWTaskPriorityMap[87], 56);
+    EXPECT_EQ(zatOSWTaskPriorityMap[100], 52);
+    EXPECT_EQ(zatOSWTaskPriorityMap[254], 1);
+    EXPECT_EQ(zatOSWTaskPriorityMap[255], 0);
+    int width = 1;
+    for (int p = 1; p < 256; ++p, ++width) {
+        const int step = zatOSWTaskPriorityMap[p - 1] - zatOSWTaskPriorityMap[p];
+        if (step == 0) continue;
+        EXPECT_EQ(step, 1) << p;
+        EXPECT_EQ(width, p <= 84 ? 2 : 3) << p;
+        width = 0;
+    }
+}
+
+TEST_F(TaskPriority, IsGivenAtCreationWithinThePolicysRange) {
+    for (uint32_t policy : {SCHED_FIFO, SCHED_RR}) {
+        EXPECT_EQ(zatOSWSetTaskScheduler(policy), ZAT_OK);
+        expectCreated(5, static_cast<int32_t>(policy), 5);
+        expectCreated(99, static_cast<int32_t>(policy), 99);
+        expectCreated(1000, static_cast<int32_t>(policy), 99);
+        expectCreated(0, SCHED_OTHER, 0);
+        expectCreated(-2, SCHED_OTHER, 0);
+    }
+    EXPECT_EQ(zatOSWSetTaskScheduler(SCHED_OTHER), ZAT_OK);
+    expectCreated(50, SCHED_OTHER, 0);
+}
+
+TEST_F(TaskPriority, IsInheritedOrMappedFromTheKernelStyle) {
+    expectCreatedVxv(100, SCHED_FIFO, 52);
+    expectCreatedVxv(255, SCHED_OTHER, 0);
+    ASSERT_EQ(zatOSWSetTaskPriorityWithScheduler(pthread_self(), 7, SCHED_RR), ZAT_OK);
+    expect(pthread_self(), SCHED_RR, 7);
+    expectCreated(ZAT_INHERIT_PRIORITY, SCHED_RR, 7);
+    expectCreatedVxv(300, SCHED_RR, 7);
+    expectCreatedVxv(256, SCHED_RR, 7);
+
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ZatTaskId task = 0;
+    ASSERT_EQ(zatOSWSubPthreadCreate(&task, &attributes, waitForEvent, event), ZAT_OK);
+    expect(task, SCHED_RR, 7);
+    end(task);
+    sched_param parameters = {};
+    parameters.sched_priority = 9;
+    pthread_attr_setinheritsched(&attributes, PTHREAD_EXPLICIT_SCHED);
+    pthread_attr_setschedpolicy(&attributes, SCHED_FIFO);
+    pthread_attr_setschedparam(&attributes, &parameters);
+    ASSERT_EQ(zatOSWSubPthreadCreate(&task, &attributes, waitForEvent, event), ZAT_OK);
+    expect(task, SCHED_FIFO, 9);
+    end(task);
+    pthread_attr_destroy(&attributes);
+}
+
+TEST_F(TaskPriority, ChangesThreadAndRecord) {
+    const ZatTaskId task = startTask(waitForEvent, 1, "task", event);
+    int32_t priority = -1;
+    EXPECT_EQ(zatOSWSetTaskPriority(task, 20), ZAT_OK);
+    expect(task, SCHED_FIFO, 20);
+    EXPECT_EQ(zatOSWGetTaskPriority(task, &priority), ZAT_OK);
+    EXPECT_EQ(priority, 20);
+    EXPECT_EQ(zatOSWSetTaskPriorityXvx(task, 100), ZAT_OK);
+    expect(task, SCHED_FIFO, 52);
+    EXPECT_EQ(zatOSWSetTaskPriority(task, 0), ZAT_OK);
+    expect(task, SCHED_OTHER, 0);
+    EXPECT_EQ(zatOSWSetTaskPriorityWithScheduler(task, 500, SCHED_RR), ZAT_OK);
+    expect(task, SCHED_RR, 99);
+    EXPECT_EQ(zatOSWSetTaskPriorityWithScheduler(task, 5, 3), ZAT_FAILED);
+    EXPECT_EQ(zatOSWSetTaskScheduler(3), ZAT_FAILED);
+    uint32_t policy = 9;
+    EXPECT_EQ(zatOSWGetTaskScheduler(&policy), ZAT_OK);
+    EXPECT_EQ(policy, 1u);
+    expect(task, SCHED_RR, 99);
+    end(task);
+}
+
+/* Asked for the kernel-style priority, only a failure answers; callers know it so. */
+TEST_F(TaskPriority, IsToldInTheKernelStyleOnlyWhenItCannotBeRead) {
+    int32_t priority = 4711;
+    EXPECT_EQ(zatOSWGetTaskPriorityXvx(pthread_self(), &priority), ZAT_OK);
+    EXPECT_EQ(priority, 4711);
+    EXPECT_EQ(zatOSWGetTaskPriority(0x1000, &priority), ESRCH);
+    EXPECT_EQ(priority, 4711);
+    EXPECT_EQ(zatOSWGetTaskPriorityXvx(0x1000, &priority), ESRCH);
+    EXPECT_TRUE(priority >= 0 && priority <= 255) << priority;
+    EXPECT_EQ(zatOSWSetTaskPriority(0x1000, 5), ESRCH);
+}
+
+TEST(TaskVar, BelongsToATaskAndAKey) {
+    const uint32_t memory = (zatOSWInit(), heldMemory());
+    uint32_t value = 9;
+    EXPECT_EQ(zatOSWGetTaskVar(1, 2, &value), ZAT_FAILED);
+    EXPECT_EQ(zatOSWSetTaskVar(1, 2, 3), ZAT_FAILED);
+    EXPECT_EQ(zatOSWRemoveTaskVar(1, 2), ZAT_FAILED);
+    for (const auto& [task, key] : {std::pair{1u, 2u}, {2u, 1u}, {1u, 1u}, {2u, 2u}}) {
+        EXPECT_EQ(zatOSWAddTaskVar(task, key), ZAT_OK);
+        EXPECT_EQ(zatOSWAddTaskVar(task, key), ZAT_FAILED);
+        EXPECT_EQ(zatOSWGetTaskVar(task, key, &value), ZAT_OK);
+        EXPECT_EQ(value, 0u);
+        EXPECT_EQ(zatOSWSetTaskVar(task, key, 10 * task + key), ZAT_OK);
+    }
+    EXPECT_EQ(zatOSWRemoveTaskVar(1, 1), ZAT_OK);
+    EXPECT_EQ(zatOSWGetTaskVar(1, 1, &value), ZAT_FAILED);
+    for (const auto& [task, key] : {std::pair{1u, 2u}, {2u, 1u}, {2u, 2u}}) {
+        EXPECT_EQ(zatOSWGetTaskVar(task, key, &value), ZAT_OK);
+        EXPECT_EQ(value, 10 * task + key);
+        EXPECT_EQ(zatOSWRemoveTaskVar(task, key), ZAT_OK);
+    }
+    EXPECT_EQ(heldMemory(), memory);
+}
+
+}  // namespace
