@@ -4,8 +4,9 @@
  *
  * They are the critical section, the lock, the global lock, the task lock and two global task
  * locks, each independent of the others. A holder may take its lock again; each take needs its own
- * release. A task that is deleted while it waits for one leaves it as it is; a task that is deleted
- * while it holds one leaves it taken for ever.
+ * release. Unlike the other waits of the library, waiting for one is no point at which a task is
+ * deleted: that happens later, and a task that is deleted while it holds one leaves it taken for
+ * ever.
  */
 #ifndef ZATOSW_OSW_FIXED_LOCK_H
 #define ZATOSW_OSW_FIXED_LOCK_H

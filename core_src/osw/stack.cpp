@@ -1,4 +1,4 @@
-/* Stack queries, cleaning, measuring and the warning at a task's end; see stack_private.h. */
+/* Stack queries, cleaning and measuring; see stack_private.h. */
 
 #include "osw/stack_private.h"
 
@@ -10,11 +10,8 @@
 #include <algorithm>
 
 #include "osw/handle_private.h"
-#include "osw/report_private.h"
-#include "osw/task_registry_private.h"
 
 static constexpr uint32_t pageSize = 4096;
-static constexpr uint32_t warnAbovePercent = 79;
 
 bool oswQueryStack(OswStackMap& map) {
     pthread_attr_t attributes;
@@ -87,34 +84,9 @@ static uint32_t countUntouched(uint32_t low, uint32_t sizeBytes) {
     return sizeBytes;
 }
 
-void oswMeasureStack(OswTaskRecord& record) {
-    if (record.stackTop == 0 || record.ended) return;
-    const uint32_t low = record.stackTop - record.stackSize;
-    const uint32_t untouched = countUntouched(low, record.stackSize);
-    const uint32_t rest = record.stackSize - untouched;
-    record.stackPeak = rest - countZeroBytes(reinterpret_cast<uint8_t*>(low + untouched), rest);
-}
-
-OswStackWarning oswCheckStack(OswTaskRecord& record) {
-    OswStackWarning warning = {};
-    if (record.stackTop == 0) return warning;
-    oswMeasureStack(record);
-    if (record.stackSize == 0) return warning;
-    warning.percent = static_cast<uint32_t>(uint64_t{record.stackPeak} * 100 / record.stackSize);
-    if (warning.percent <= warnAbovePercent) return warning;
-    warning.due = true;
-    warning.task = record.threadId;
-    oswCopyTaskName(warning.name, record);
-    warning.size = record.stackSize;
-    warning.peak = record.stackPeak;
-    return warning;
-}
-
-void oswReportStack(const OswStackWarning& warning) {
-    if (!warning.due) return;
-    oswReport(OSW_REPORT_WARNING,
-              "<Warning>:StackOverflow:taskid=%lu(%s) size=%lu peak=%lu(%3d%%)\n",
-              static_cast<unsigned long>(warning.task), warning.name,
-              static_cast<unsigned long>(warning.size), static_cast<unsigned long>(warning.peak),
-              static_cast<int>(warning.percent));
+uint32_t oswStackPeak(uint32_t highest, uint32_t sizeBytes) {
+    const uint32_t low = highest - sizeBytes;
+    const uint32_t untouched = countUntouched(low, sizeBytes);
+    const uint32_t rest = sizeBytes - untouched;
+    return rest - countZeroBytes(reinterpret_cast<uint8_t*>(low + untouched), rest);
 }

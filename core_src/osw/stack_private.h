@@ -9,8 +9,6 @@
 
 #include <stdint.h>
 
-struct OswTaskRecord;
-
 /* Bytes at the low end of a stack that belong to its guard page. */
 constexpr uint32_t oswStackGuardSize = 4096;
 
@@ -30,23 +28,7 @@ bool oswQueryStack(OswStackMap& map);
  */
 void oswCleanStack(const OswStackMap& map);
 
-/* Refreshes stackPeak of a record whose stack is known and still there; under the registry lock. */
-void oswMeasureStack(OswTaskRecord& record);
-
-/* What a warning about a nearly used-up stack says; name is empty when none is due. */
-struct OswStackWarning {
-    uint32_t task;
-    char name[17];
-    uint32_t size;
-    uint32_t peak;
-    uint32_t percent;
-    bool due;
-};
-
-/* Measures a task that is about to end; under the registry lock, or on a removed record. */
-OswStackWarning oswCheckStack(OswTaskRecord& record);
-
-/* Reports the warning if one is due; call it without holding any lock. */
-void oswReportStack(const OswStackWarning& warning);
+/* The deepest use so far of a stack that is still there, in bytes. */
+uint32_t oswStackPeak(uint32_t highest, uint32_t sizeBytes);
 
 #endif

@@ -7,8 +7,8 @@
  * zatOSWSubPthreadJoin()), any other value = the task itself when it ends.
  *
  * A task is deleted by cancelling its thread, which acts at the task's next cancellation point:
- * every wait of this library is one. Deleting unwinds the task's stack, so that the destructors of
- * C++ objects run; what the task held (mutexes, memory) stays held.
+ * every wait of this library is one, but for the fixed locks. Deleting unwinds the task's stack, so
+ * that the destructors of C++ objects run; what the task held (mutexes, memory) stays held.
  */
 #ifndef ZATOSW_OSW_TASK_H
 #define ZATOSW_OSW_TASK_H

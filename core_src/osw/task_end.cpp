@@ -10,9 +10,46 @@
 #include <stdlib.h>
 
 #include "osw/lock_private.h"
-#include "osw/stack_private.h"
+#include "osw/report_private.h"
 #include "osw/task_private.h"
 #include "osw/task_registry_private.h"
+
+static constexpr uint32_t warnAbovePercent = 79;
+
+/* What a warning about a nearly used-up stack says. */
+struct StackWarning {
+    bool due;
+    ZatTaskId task;
+    char name[ZAT_TASK_NAME_BUFFER_SIZE];
+    uint32_t size;
+    uint32_t peak;
+    uint32_t percent;
+};
+
+/* Measures a task that is about to end; under the registry lock. */
+static StackWarning checkStack(OswTaskRecord& record) {
+    StackWarning warning = {};
+    if (record.stackTop == 0 || record.stackSize == 0) return warning;
+    oswMeasureStack(record);
+    warning.percent = static_cast<uint32_t>(uint64_t{record.stackPeak} * 100 / record.stackSize);
+    if (warning.percent <= warnAbovePercent) return warning;
+    warning.due = true;
+    warning.task = record.threadId;
+    oswCopyTaskName(warning.name, record);
+    warning.size = record.stackSize;
+    warning.peak = record.stackPeak;
+    return warning;
+}
+
+/* Without a lock: what takes the report may need one. */
+static void report(const StackWarning& warning) {
+    if (!warning.due) return;
+    oswReport(OSW_REPORT_WARNING,
+              "<Warning>:StackOverflow:taskid=%lu(%s) size=%lu peak=%lu(%3d%%)\n",
+              static_cast<unsigned long>(warning.task), warning.name,
+              static_cast<unsigned long>(warning.size), static_cast<unsigned long>(warning.peak),
+              static_cast<int>(warning.percent));
+}
 
 static void releaseRecord(OswTaskRecord& record) {
     oswRegistryRemove(record);
@@ -93,15 +130,15 @@ ZatStatus zatOSWSubPthreadDetach(ZatTaskId task) {
 
 void oswEndOwnTask() {
     oswMonitorTaskEnd();
-    OswStackWarning warning = {};
+    StackWarning warning = {};
     {
         OswLock lock(oswRegistryLock);
         OswTaskRecord* record = oswOwnTask();
         if (record == nullptr) return;
-        warning = oswCheckStack(*record);
+        warning = checkStack(*record);
         if (record->joinMode != OSW_JOINED_BY_CALLER) releaseRecord(*record);
     }
-    oswReportStack(warning);
+    report(warning);
 }
 
 void zatOSWExitTask(uint32_t exitValue) {
@@ -111,7 +148,7 @@ void zatOSWExitTask(uint32_t exitValue) {
 
 ZatStatus zatOSWDeleteTask(ZatTaskId task) {
     oswMonitorTaskEnd();
-    OswStackWarning warning = {};
+    StackWarning warning = {};
     ZatStatus result = ZAT_OK;
     {
         OswLock lock(oswRegistryLock);
@@ -119,7 +156,7 @@ ZatStatus zatOSWDeleteTask(ZatTaskId task) {
         const bool alive = isAlive(record, task);
         if (record == nullptr && !alive) return ESRCH;
         if (record != nullptr) {
-            warning = oswCheckStack(*record);
+            warning = checkStack(*record);
             if (record->joinMode != OSW_JOINED_BY_CALLER) {
                 releaseRecord(*record);
                 if (alive) pthread_detach(task);
@@ -127,7 +164,7 @@ ZatStatus zatOSWDeleteTask(ZatTaskId task) {
         }
         if (alive) result = static_cast<ZatStatus>(pthread_cancel(task));
     }
-    oswReportStack(warning);
+    report(warning);
     return result;
 }
 

@@ -33,7 +33,7 @@ static OSW_THREAD_LOCAL OswTaskRecord* ownRecord;
 
 /* Its destructor runs on a thread however the thread ends: return, exit or cancellation. */
 static pthread_key_t threadEnd;
-static pthread_once_t threadEndOnce = PTHREAD_ONCE_INIT;
+static bool threadEndWatched;
 
 OswTaskRecord* oswNewTaskRecord() {
     return static_cast<OswTaskRecord*>(calloc(1, sizeof(OswTaskRecord)));
@@ -80,11 +80,15 @@ static void onThreadEnd(void*) {
     free(record);
 }
 
+bool oswRegistryPrepare() {
+    if (!threadEndWatched) threadEndWatched = pthread_key_create(&threadEnd, onThreadEnd) == 0;
+    return threadEndWatched;
+}
+
 void oswRegistryAdopt(OswTaskRecord& record) {
     OswLock lock(oswRegistryLock);
     ownRecord = &record;
     record.self = &ownRecord;
-    pthread_once(&threadEndOnce, [] { pthread_key_create(&threadEnd, onThreadEnd); });
     pthread_setspecific(threadEnd, &ownRecord);
 }
 
@@ -128,6 +132,11 @@ void oswCountStartedTask(OswTaskRecord& record) {
     oswTaskFigures.stackTotal += record.stackSize;
     raisePeak(oswTaskFigures.stackTotalPeak, oswTaskFigures.stackTotal);
     countTasks();
+}
+
+void oswMeasureStack(OswTaskRecord& record) {
+    if (record.stackTop == 0 || record.ended) return;
+    record.stackPeak = oswStackPeak(record.stackTop, record.stackSize);
 }
 
 void oswMonitorTaskEnd() {

@@ -61,6 +61,10 @@ extern pthread_mutex_t oswRegistryLock;
 extern ClbLstHead oswTasks;
 extern OswTaskFigures oswTaskFigures;
 
+/* Sees to it that the end of a thread is noticed, however it ends; false when it cannot be. Under
+ * the init lock. */
+bool oswRegistryPrepare();
+
 /* A zeroed record from the process heap, null when there is no memory. */
 OswTaskRecord* oswNewTaskRecord();
 
@@ -87,6 +91,9 @@ OswTaskRecord* oswEndedTask(ZatTaskId task);
 
 /* Counts the stack of a task that has just started, and all tasks, into the figures. */
 void oswCountStartedTask(OswTaskRecord& record);
+
+/* Refreshes stackPeak of a record whose stack is known and still there. */
+void oswMeasureStack(OswTaskRecord& record);
 
 /* With the stack monitor on, measures every task and refreshes the figures. */
 void oswMonitorTaskEnd();

@@ -59,7 +59,7 @@ static void emptyLists() {
 }
 
 static OswTaskRecord* registerMainTask() {
-    OswTaskRecord* record = oswNewTaskRecord();
+    OswTaskRecord* record = oswRegistryPrepare() ? oswNewTaskRecord() : nullptr;
     if (record == nullptr) return nullptr;
     record->kernelTid = gettid();
     record->threadId = mainThread = oswSelf();
