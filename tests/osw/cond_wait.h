@@ -1,7 +1,7 @@
 /**
  * @file
- * Puts itself between the library and the thread library's condition waits, so that a test decides
- * how a wait comes back. For one source file per program.
+ * Puts itself between the library and the waits of the thread library, so that a test decides how
+ * and when a wait comes back. For one source file per program.
  */
 #ifndef ZATOSW_TESTS_OSW_COND_WAIT_H
 #define ZATOSW_TESTS_OSW_COND_WAIT_H
@@ -10,20 +10,31 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <utility>
 
 #include "support/support.h"
 
-/** Keeps a woken task from running on: it waits behind the gate, without the internal mutex. */
+/** Keeps a task from running on after a wait. */
 struct Gate {
     std::atomic<bool> reached{false};
     std::atomic<bool> open{false};
+
+    void pass() {
+        /* A woken task takes its wake-up whether it is deleted or not. */
+        int before = 0;
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+        reached = true;
+        waitFor([this] { return open.load(); });
+        pthread_setcancelstate(before, nullptr);
+    }
 };
 
-/** What happens to the condition waits of a thread. */
+/** What happens to the waits of a thread. */
 struct CondWaitScript {
-    int spurious = 0;     /**< wake-ups that nobody sent, one for each of the next waits */
-    int error = 0;        /**< answered once, instead of waiting */
-    Gate* gate = nullptr; /**< stands behind the next wait that really waits */
+    int spurious = 0;        /**< wake-ups that nobody sent, one for each of the next waits */
+    int error = 0;           /**< answered once, instead of waiting */
+    Gate* gate = nullptr;    /**< behind the next condition that is really waited for */
+    Gate* napGate = nullptr; /**< behind the next sleep */
 };
 
 static thread_local CondWaitScript condWaitScript;
@@ -37,16 +48,11 @@ static int waitByScript(pthread_mutex_t* mutex, Wait wait) {
     }
     if (script.error != 0) return std::exchange(script.error, 0);
     const int result = wait();
-    Gate* gate = std::exchange(script.gate, nullptr);
-    if (gate == nullptr) return result;
-    /* A woken task takes its wake-up whether it is deleted or not. */
-    int before = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
-    pthread_mutex_unlock(mutex);
-    gate->reached = true;
-    waitFor([gate] { return gate->open.load(); });
-    pthread_mutex_lock(mutex);
-    pthread_setcancelstate(before, nullptr);
+    if (Gate* gate = std::exchange(script.gate, nullptr)) {
+        pthread_mutex_unlock(mutex);
+        gate->pass();
+        pthread_mutex_lock(mutex);
+    }
     return result;
 }
 
@@ -66,6 +72,13 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* cond, pthread_mutex_t* mut
     static const auto real =
         threadLibrary<decltype(pthread_cond_timedwait)>("pthread_cond_timedwait");
     return waitByScript(mutex, [=] { return real(cond, mutex, deadline); });
+}
+
+extern "C" int nanosleep(const timespec* duration, timespec* remaining) {
+    static const auto real = reinterpret_cast<decltype(&nanosleep)>(dlsym(RTLD_NEXT, "nanosleep"));
+    const int result = real(duration, remaining);
+    if (Gate* gate = std::exchange(condWaitScript.napGate, nullptr)) gate->pass();
+    return result;
 }
 
 #endif

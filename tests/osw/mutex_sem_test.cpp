@@ -29,17 +29,18 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Mutex, WaitFrame, MutexKind);
 
 class MutexSem : public testing::Test {
   protected:
-    ~MutexSem() override {
-        zatOSWSetLockMonitor(0);
-        EXPECT_EQ(mutex == 0 ? ZatStatus{ZAT_OK} : zatOSWDeleteMutexSem(mutex), ZAT_OK);
-    }
+    ~MutexSem() override { zatOSWSetLockMonitor(0); }
 
-    ZatMutexSem make(uint32_t initialState) {
+    void make(uint32_t initialState) {
         EXPECT_EQ(zatOSWCreateMutexSem(&mutex, 0xFFFFFFFF, initialState), ZAT_OK);
-        return mutex;
     }
+    void remove() { EXPECT_EQ(zatOSWDeleteMutexSem(mutex), ZAT_OK); }
     bool waiters(int32_t count) {
         return waitFor([=, this] { return peek(recordOf<OswMutexSem>(mutex).waiters) == count; });
+    }
+    ZatStatus visit(ZatTimeoutMs timeoutMs) {
+        const ZatStatus status = zatOSWRequestMutexSem(mutex, timeoutMs);
+        return status == ZAT_OK ? zatOSWReleaseMutexSem(mutex) : status;
     }
     /* What another task is answered. */
     template <class Call>
@@ -47,58 +48,47 @@ class MutexSem : public testing::Test {
         return Worker(call).join();
     }
     ZatStatus visitByAnother() {
-        return byAnother([this] {
-            const ZatStatus status = zatOSWRequestMutexSem(mutex, 0);
-            return status == ZAT_OK ? zatOSWReleaseMutexSem(mutex) : status;
-        });
+        return byAnother([this] { return visit(0); });
     }
 
     ZatMutexSem mutex = 0;
 };
 
-TEST_F(MutexSem, IsFreeOrTakenByItsCreatorAtFirst) {
+TEST_F(MutexSem, IsReleasedAndDeletedOnlyByItsOwner) {
     make(1);
-    EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_FAILED);
+    EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_FAILED) << "nobody's";
     EXPECT_EQ(visitByAnother(), ZAT_OK);
-    EXPECT_EQ(zatOSWDeleteMutexSem(mutex), ZAT_OK);
+    EXPECT_EQ(byAnother([this] { return zatOSWDeleteMutexSem(mutex); }), ZAT_OK);
     make(0);
     EXPECT_EQ(visitByAnother(), ZAT_TIMED_OUT);
+    EXPECT_EQ(byAnother([this] { return zatOSWReleaseMutexSem(mutex); }), ZAT_FAILED);
+    EXPECT_EQ(byAnother([this] { return zatOSWDeleteMutexSem(mutex); }), ZAT_FAILED);
+    EXPECT_EQ(visitByAnother(), ZAT_TIMED_OUT) << "nothing changed";
     EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK);
+    EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_FAILED);
     EXPECT_EQ(visitByAnother(), ZAT_OK);
+    remove();
 }
 
 TEST_F(MutexSem, EachTakeOfTheOwnerNeedsItsOwnRelease) {
     make(1);
     for (int take = 0; take < 3; ++take)
         EXPECT_EQ(zatOSWRequestMutexSem(mutex, 0), ZAT_OK);
-    Worker waiter([this] {
-        EXPECT_EQ(zatOSWRequestMutexSem(mutex, ZAT_FOREVER), ZAT_OK);
-        return zatOSWReleaseMutexSem(mutex);
-    });
+    Worker waiter([this] { return visit(ZAT_FOREVER); });
     EXPECT_TRUE(waiters(1));
     EXPECT_EQ(zatOSWRequestMutexSem(mutex, 0), ZAT_OK) << "the owner does not queue";
     for (int release = 0; release < 3; ++release)
         EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK);
     EXPECT_EQ(visitByAnother(), ZAT_TIMED_OUT);
-    EXPECT_EQ(peek(recordOf<OswMutexSem>(mutex).waiters), 1);
     EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK);
     EXPECT_EQ(waiter.join(), ZAT_OK);
-    EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_FAILED);
+    remove();
 }
 
-TEST_F(MutexSem, OnlyItsOwnerReleasesOrDeletesIt) {
+/* Deadlines that carry into the next second, and beyond what a 32-bit clock can say. */
+TEST_F(MutexSem, WaitsAsLongAsItIsTold) {
     make(0);
-    EXPECT_EQ(byAnother([this] { return zatOSWReleaseMutexSem(mutex); }), ZAT_FAILED);
-    EXPECT_EQ(byAnother([this] { return zatOSWDeleteMutexSem(mutex); }), ZAT_FAILED);
-    EXPECT_EQ(visitByAnother(), ZAT_TIMED_OUT);
-    EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK) << "nothing had changed";
-    EXPECT_EQ(byAnother([this] { return zatOSWDeleteMutexSem(mutex); }), ZAT_OK);
-    mutex = 0;
-}
-
-TEST_F(MutexSem, WaitsIntoTheNextSecond) {
-    make(0);
-    Worker waiter([this] {
+    Worker hasty([this] {
         timeval now;
         waitFor([&] { return gettimeofday(&now, nullptr) == 0 && now.tv_usec > 900000; });
         for (ZatTimeoutMs timeoutMs : {150u, 1500u}) {
@@ -109,58 +99,50 @@ TEST_F(MutexSem, WaitsIntoTheNextSecond) {
         }
         return ZatStatus{ZAT_OK};
     });
-}
-
-/* The longest time-out lies beyond what a 32-bit clock can say. */
-TEST_F(MutexSem, WaitsForTheLongestTimeOut) {
-    make(0);
-    Worker waiter([this] {
-        const ZatStatus status = zatOSWRequestMutexSem(mutex, ZAT_FOREVER - 1);
-        return status == ZAT_OK ? zatOSWReleaseMutexSem(mutex) : status;
-    });
+    hasty.join();
+    Worker patient([this] { return visit(ZAT_FOREVER - 1); });
     EXPECT_TRUE(waiters(1));
     EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK);
-    EXPECT_EQ(waiter.join(), ZAT_OK);
+    EXPECT_EQ(patient.join(), ZAT_OK);
+    remove();
 }
 
 TEST_F(MutexSem, TheLockMonitorTellsWhomATaskWaitsFor) {
     make(0);
     for (const bool switchedOffMeanwhile : {false, true}) {
-        zatOSWSetLockMonitor(1);
-        Gate gate;
+        zatOSWSetLockMonitor(7);
+        std::atomic<bool> owned{false};
+        std::atomic<bool> goOn{false};
         Worker waiter([&] {
             EXPECT_EQ(zatOSWRequestMutexSem(mutex, 5000), ZAT_OK);
-            gate.reached = true;
-            EXPECT_TRUE(waitFor([&] { return gate.open.load(); }));
+            owned = true;
+            EXPECT_TRUE(waitFor([&] { return goOn.load(); }));
             return zatOSWReleaseMutexSem(mutex);
         });
         EXPECT_TRUE(waitFor([&] { return infoOf(waiter.id()).lockOwner == pthread_self(); }));
         if (switchedOffMeanwhile) zatOSWSetLockMonitor(0);
         EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK);
-        EXPECT_TRUE(waitFor([&] { return gate.reached.load(); }));
+        EXPECT_TRUE(waitFor([&] { return owned.load(); }));
         EXPECT_EQ(infoOf(waiter.id()).lockOwner, 0u);
-        gate.open = true;
+        goOn = true;
         EXPECT_EQ(waiter.join(), ZAT_OK);
         EXPECT_EQ(zatOSWRequestMutexSem(mutex, 0), ZAT_OK);
     }
-    Worker unwatched([this] { return zatOSWRequestMutexSem(mutex, ZAT_FOREVER); });
+    Worker unwatched([this] { return visit(ZAT_FOREVER); });
     EXPECT_TRUE(waiters(1));
     EXPECT_EQ(infoOf(unwatched.id()).lockOwner, 0u);
     unwatched.remove();
-}
+    remove();
 
-TEST_F(MutexSem, CallersNoteWhatTheyWaitForThemselves) {
     static const uint32_t owner = 4711;
-    ASSERT_EQ(zatOSWInit(), ZAT_OK);
-    EXPECT_EQ(zatOSWSetWaitMutexOwner(pthread_self(), &owner), ZAT_OK);
-    EXPECT_EQ(infoOf(0).lockOwner, 0u) << "the monitor is off";
-    zatOSWSetLockMonitor(7);
-    EXPECT_EQ(zatOSWSetWaitMutexOwner(pthread_self(), &owner), ZAT_OK);
-    EXPECT_EQ(infoOf(0).lockOwner, 4711u);
-    EXPECT_EQ(zatOSWSetWaitMutexOwner(wordOf(&owner), nullptr), ZAT_OK) << "no such task";
-    EXPECT_EQ(infoOf(0).lockOwner, 4711u);
-    EXPECT_EQ(zatOSWSetWaitMutexOwner(pthread_self(), nullptr), ZAT_OK);
-    EXPECT_EQ(infoOf(0).lockOwner, 0u);
+    for (const uint32_t expected : {0u, owner}) {
+        EXPECT_EQ(zatOSWSetWaitMutexOwner(pthread_self(), &owner), ZAT_OK);
+        EXPECT_EQ(zatOSWSetWaitMutexOwner(wordOf(&owner), nullptr), ZAT_OK) << "no such task";
+        EXPECT_EQ(infoOf(0).lockOwner, expected);
+        EXPECT_EQ(zatOSWSetWaitMutexOwner(pthread_self(), nullptr), ZAT_OK);
+        EXPECT_EQ(infoOf(0).lockOwner, 0u);
+        zatOSWSetLockMonitor(1);
+    }
 }
 
 }  // namespace

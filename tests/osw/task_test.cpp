@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <fstream>
 
@@ -42,8 +43,7 @@ TEST(Task, ReceivesTenArgumentsAndGivesOneValue) {
 /* A task that tells the size of its stack and then waits for an event. */
 size_t ownStackSize;
 
-uint32_t tellAndWait(uint32_t event, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
-                     uint32_t, uint32_t, uint32_t) {
+uint32_t tellAndWait(uint32_t event, uint32_t) {
     pthread_attr_t attributes;
     pthread_getattr_np(pthread_self(), &attributes);
     pthread_attr_getstacksize(&attributes, &ownStackSize);
@@ -75,7 +75,7 @@ class WaitingTask : public testing::Test {
 TEST_F(WaitingTask, HasTheStackThatItAskedForAndMore) {
     const auto least = static_cast<size_t>(sysconf(_SC_THREAD_STACK_MIN));
     const auto expect = [&](uint32_t asked, uint32_t requested, size_t size) {
-        const auto info = lookAt(startTask(tellAndWait, 1, "stack", event, asked));
+        const auto info = lookAt(startTask(taskEntry<tellAndWait>, 1, "stack", event, 0, asked));
         /* A larger stack that was used before may be handed out again. */
         EXPECT_GE(ownStackSize, std::max(size, least)) << asked;
         EXPECT_LE(ownStackSize, std::max<size_t>(131072, least)) << asked;
@@ -89,7 +89,7 @@ TEST_F(WaitingTask, HasTheStackThatItAskedForAndMore) {
     expect(1000000, 131072, 131072);
 
     ZatTaskId task = 0;
-    ASSERT_EQ(zatOSWSubPthreadCreate(&task, nullptr, tellAndWait, event), ZAT_OK);
+    ASSERT_EQ(zatOSWSubPthreadCreate(&task, nullptr, taskEntry<tellAndWait>, event), ZAT_OK);
     EXPECT_EQ(lookAt(task).stackRequested, 32768u);
     EXPECT_GE(ownStackSize, std::max<size_t>(98304, least));
 }
@@ -100,25 +100,24 @@ __attribute__((noinline)) void dirtyStack(uint32_t bytes) {
     asm volatile("" : : "r"(stack) : "memory");
 }
 
+uint32_t dirtyStackAndWait(uint32_t event, uint32_t bytes) {
+    dirtyStack(bytes);
+    return zatOSWWaitEventSem(event, ZAT_FOREVER);
+}
+
 TEST_F(WaitingTask, FindsItsStackCleanWhereAnotherUsedItBefore) {
-    const ZatTaskId dirty = startTask(
-        [](uint32_t e, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
-           uint32_t, uint32_t) {
-            dirtyStack(50000);
-            return zatOSWWaitEventSem(e, ZAT_FOREVER);
-        },
-        1, "dirty", event, 0);
+    const ZatTaskId dirty = startTask(taskEntry<dirtyStackAndWait>, 1, "dirty", event, 50000);
     const zatOSWTaskInfo before = lookAt(dirty);
     EXPECT_GT(before.stackPeak, 50000u);
-    const zatOSWTaskInfo after = lookAt(startTask(tellAndWait, 1, "clean", event, 0));
+    const zatOSWTaskInfo after = lookAt(startTask(taskEntry<tellAndWait>, 1, "clean", event));
     if (before.stackTop != after.stackTop) GTEST_SKIP() << "the stack was not handed out again";
     EXPECT_LT(after.stackPeak, 30000u);
 }
 
 __attribute__((noinline)) ZatTaskId createHere(const char* name, ZatEventSem event) {
     ZatTaskId task = 0;
-    zatOSWCreateJoinTask(&task, name, ZAT_INHERIT_PRIORITY, 0, tellAndWait, 1, event, 0, 0, 0, 0, 0,
-                         0, 0, 0, 0);
+    zatOSWCreateJoinTask(&task, name, ZAT_INHERIT_PRIORITY, 0, taskEntry<tellAndWait>, 1, event, 0,
+                         0, 0, 0, 0, 0, 0, 0, 0);
     return task;
 }
 
@@ -148,11 +147,13 @@ TEST_F(WaitingTask, IsNamedAfterItsCreatorOrAsAsked) {
     expectAddress(nameFor(createBelow(nullptr, event)), "mainThre", "", createHere);
     expectAddress(nameFor(createBelow("Thread", event)), "mainTh", "-T", createBelow);
     ZatTaskId task = 0;
-    ASSERT_EQ(zatOSWSubPthreadCreate(&task, nullptr, tellAndWait, event), ZAT_OK);
+    ASSERT_EQ(zatOSWSubPthreadCreate(&task, nullptr, taskEntry<tellAndWait>, event), ZAT_OK);
     EXPECT_EQ(nameFor(task).substr(0, 7), "pthread");
-    EXPECT_EQ(nameFor(startTask(tellAndWait, 1, "sixteencharacter", event)), "sixteencharacter");
-    EXPECT_EQ(nameFor(startTask(tellAndWait, 1, "sixteencharacters", event)), "sixteencharacter");
-    EXPECT_EQ(nameFor(startTask(tellAndWait, 1, "", event)), "");
+    EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "sixteencharacter", event)),
+              "sixteencharacter");
+    EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "sixteencharacters", event)),
+              "sixteencharacter");
+    EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "", event)), "");
 }
 
 uint32_t addressSpaceKb() {
@@ -162,10 +163,14 @@ uint32_t addressSpaceKb() {
     return pages * 4;
 }
 
+std::atomic<uint32_t> ended;
+
+uint32_t countEnd(uint32_t, uint32_t) {
+    return ++ended;
+}
+
 TEST(Task, LeavesNothingBehind) {
-    static std::atomic<uint32_t> ended;
-    const ZatTaskEntry entry = [](uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
-                                  uint32_t, uint32_t, uint32_t, uint32_t) { return ++ended; };
+    const ZatTaskEntry entry = taskEntry<countEnd>;
     const auto cycle = [&] {
         ended = 0;
         ZatTaskId task = startTask(entry, 1, "cycle");

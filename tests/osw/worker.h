@@ -30,15 +30,29 @@ inline uint32_t wordOf(const void* address) {
     return reinterpret_cast<uint32_t>(address);
 }
 
+/** The entry function of a task that uses two of its arguments. */
+template <uint32_t (*function)(uint32_t a1, uint32_t a2)>
+uint32_t taskEntry(uint32_t a1, uint32_t a2, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                   uint32_t, uint32_t, uint32_t) {
+    return function(a1, a2);
+}
+
+/** Starts a task with the caller's priority. */
+inline ZatTaskId startTask(ZatTaskEntry entry, int32_t joinMode, const char* name = "task",
+                           uint32_t a1 = 0, uint32_t a2 = 0, uint32_t stackSize = 0) {
+    ZatTaskId task = 0;
+    EXPECT_EQ(zatOSWCreateJoinTask(&task, name, ZAT_INHERIT_PRIORITY, stackSize, entry, joinMode,
+                                   a1, a2, 0, 0, 0, 0, 0, 0, 0, 0),
+              ZAT_OK);
+    return task;
+}
+
 /** A joinable task that runs a function; it is joined at the end of the scope. */
 class Worker {
   public:
     explicit Worker(std::function<ZatStatus()> work, const char* name = "worker")
-        : work_(std::move(work)) {
-        EXPECT_EQ(zatOSWCreateJoinTask(&id_, name, ZAT_INHERIT_PRIORITY, 131072, run, 1,
-                                       wordOf(this), 0, 0, 0, 0, 0, 0, 0, 0, 0),
-                  ZAT_OK);
-    }
+        : work_(std::move(work)),
+          id_(startTask(taskEntry<run>, 1, name, wordOf(this), 0, 131072)) {}
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
     ~Worker() { join(); }
@@ -60,25 +74,14 @@ class Worker {
     }
 
   private:
-    static uint32_t run(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
-                        uint32_t, uint32_t, uint32_t) {
+    static uint32_t run(uint32_t self, uint32_t) {
         return reinterpret_cast<Worker*>(self)->work_();
     }
 
     std::function<ZatStatus()> work_;
-    ZatTaskId id_ = 0;
+    ZatTaskId id_;
     uint32_t result_ = 0;
 };
-
-/** Starts a task with the caller's priority and one argument. */
-inline ZatTaskId startTask(ZatTaskEntry entry, int32_t joinMode, const char* name = "task",
-                           uint32_t argument = 0, uint32_t stackSize = 131072) {
-    ZatTaskId task = 0;
-    EXPECT_EQ(zatOSWCreateJoinTask(&task, name, ZAT_INHERIT_PRIORITY, stackSize, entry, joinMode,
-                                   argument, 0, 0, 0, 0, 0, 0, 0, 0, 0),
-              ZAT_OK);
-    return task;
-}
 
 inline zatOSWTaskInfo infoOf(ZatTaskId task) {
     zatOSWTaskInfo info;

@@ -1,0 +1,252 @@
+#include <alloca.h>
+#include <errno.h>
+
+#include <cstring>
+
+#include "osw/event_sem_private.h"
+#include "osw/task.h"
+#include "osw/worker.h"
+
+namespace {
+
+struct OnUnwind {
+    explicit OnUnwind(uint32_t flag) : flag_(reinterpret_cast<std::atomic<bool>*>(flag)) {}
+    ~OnUnwind() { *flag_ = true; }
+    std::atomic<bool>* flag_;
+};
+
+/* How a task that waits for an event ends once it is posted. */
+enum class End { Return, Exit, LeaveTheThread };
+
+template <End end>
+uint32_t waitAndEnd(uint32_t event, uint32_t unwound) {
+    OnUnwind mark(unwound);
+    zatOSWWaitEventSem(event, ZAT_FOREVER);
+    if (end == End::Exit) zatOSWExitTask(42);
+    if (end == End::LeaveTheThread) pthread_exit(reinterpret_cast<void*>(42));
+    return 42;
+}
+
+constexpr ZatTaskEntry entries[] = {taskEntry<waitAndEnd<End::Return>>,
+                                    taskEntry<waitAndEnd<End::Exit>>,
+                                    taskEntry<waitAndEnd<End::LeaveTheThread>>};
+
+class TaskEnd : public testing::Test {
+  protected:
+    TaskEnd() { EXPECT_EQ(zatOSWCreateEventSem(&event, 0, 0), ZAT_OK); }
+    ~TaskEnd() override { EXPECT_EQ(zatOSWDeleteEventSem(event), ZAT_OK); }
+
+    ZatTaskId start(int32_t joinMode, ZatTaskEntry entry = entries[0]) {
+        unwound = false;
+        const ZatTaskId task = startTask(entry, joinMode, "task", event, wordOf(&unwound));
+        EXPECT_TRUE(waitFor([&] { return peek(recordOf<OswEventSem>(event).waiters) == 1; }));
+        return task;
+    }
+    void post() { EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK); }
+    static bool ends(ZatTaskId task) {
+        return waitFor([=] { return zatOSWWaitTask(task, 0) == ZAT_OK; });
+    }
+    /* A joinable task that has ended and was not joined. */
+    ZatTaskId ended(ZatTaskEntry entry = entries[0]) {
+        const ZatTaskId task = start(1, entry);
+        EXPECT_EQ(zatOSWWaitTask(task, 0), ZAT_FAILED);
+        EXPECT_EQ(zatOSWWaitJoinableTask(task, 0, nullptr), ZAT_FAILED);
+        post();
+        EXPECT_TRUE(ends(task));
+        EXPECT_EQ(nameOf(task), "task") << "its joiner releases it";
+        return task;
+    }
+    static bool leavesTheRegistry(ZatTaskId task) {
+        return waitFor([=] { return nameOf(task).empty(); });
+    }
+
+    ZatEventSem event = 0;
+    std::atomic<bool> unwound{false};
+};
+
+TEST_F(TaskEnd, AJoinableTaskIsReleasedByWhoeverJoinsIt) {
+    const auto waitTask = [](ZatTaskId task, uint32_t* value) {
+        *value = 42;
+        return zatOSWWaitTask(task, 1);
+    };
+    const auto waitJoinable = [](ZatTaskId task, uint32_t* value) {
+        return zatOSWWaitJoinableTask(task, 1, value);
+    };
+    const auto askJoinable = [](ZatTaskId task, uint32_t* value) {
+        return zatOSWWaitJoinableTask(task, 0, value);
+    };
+    ZatStatus (*const joins[])(ZatTaskId, uint32_t*) = {waitTask, waitJoinable, askJoinable,
+                                                        zatOSWSubPthreadJoin};
+    for (ZatTaskEntry entry : entries) {
+        for (const auto join : joins) {
+            const ZatTaskId task = ended(entry);
+            uint32_t value = 0;
+            EXPECT_EQ(join(task, &value), ZAT_OK);
+            EXPECT_EQ(value, 42u);
+            EXPECT_EQ(nameOf(task), "");
+            EXPECT_TRUE(unwound);
+        }
+    }
+}
+
+TEST_F(TaskEnd, OtherTasksReleaseThemselves) {
+    for (ZatTaskEntry entry : entries) {
+        for (int32_t joinMode : {0, -1}) {
+            const ZatTaskId task = start(joinMode, entry);
+            EXPECT_EQ(nameOf(task), "task");
+            post();
+            EXPECT_TRUE(leavesTheRegistry(task));
+            /* Only a task that returns detaches itself. */
+            if (joinMode == 0 || entry == entries[0]) continue;
+            uint32_t value = 0;
+            EXPECT_EQ(zatOSWSubPthreadJoin(task, &value), ZAT_OK);
+            EXPECT_EQ(value, 42u);
+        }
+    }
+}
+
+TEST_F(TaskEnd, WaitingForATaskThatCannotBeJoinedDoesNotBlock) {
+    const ZatTaskId detached = start(0);
+    EXPECT_EQ(zatOSWWaitTask(detached, 0), ZAT_FAILED);
+    EXPECT_EQ(zatOSWWaitTask(detached, 1), ZAT_OK);
+    EXPECT_EQ(zatOSWWaitJoinableTask(detached, 1, nullptr), EINVAL);
+    post();
+    EXPECT_TRUE(leavesTheRegistry(detached));
+    EXPECT_TRUE(ends(detached));
+    EXPECT_EQ(zatOSWWaitTask(detached, 1), ZAT_OK);
+    for (uint32_t wait : {0u, 1u}) {
+        EXPECT_EQ(zatOSWWaitTask(0x1000, wait), ZAT_OK) << "no task";
+        EXPECT_EQ(zatOSWWaitJoinableTask(0x1000, wait, nullptr), ESRCH);
+    }
+    EXPECT_EQ(zatOSWWaitTask(pthread_self(), 1), EDEADLK);
+}
+
+TEST_F(TaskEnd, DetachedTasksAreReleasedWithoutAJoiner) {
+    const ZatTaskId running = start(1);
+    EXPECT_EQ(zatOSWDetachTask(running), ZAT_OK);
+    EXPECT_EQ(nameOf(running), "task");
+    EXPECT_EQ(zatOSWWaitJoinableTask(running, 1, nullptr), EINVAL);
+    post();
+    EXPECT_TRUE(leavesTheRegistry(running));
+    const ZatTaskId late = ended();
+    EXPECT_EQ(zatOSWSubPthreadDetach(late), ZAT_OK);
+    EXPECT_EQ(nameOf(late), "");
+    EXPECT_EQ(zatOSWDetachTask(0x1000), ZAT_OK);
+}
+
+TEST_F(TaskEnd, ADeletedTaskUnwindsWhereItWaits) {
+    for (int32_t joinMode : {1, 0, -1}) {
+        const ZatTaskId task = start(joinMode);
+        EXPECT_EQ(joinMode == 1 ? zatOSWSubPthreadCancel(task) : zatOSWDeleteTask(task), ZAT_OK);
+        EXPECT_EQ(nameOf(task), joinMode == 1 ? "task" : "");
+        EXPECT_TRUE(waitFor([this] { return unwound.load(); }));
+        if (joinMode != 1) continue;
+        uint32_t value = 0;
+        EXPECT_EQ(zatOSWWaitJoinableTask(task, 1, &value), ZAT_OK);
+        EXPECT_EQ(value, 0xFFFFFFFFu);
+        EXPECT_EQ(nameOf(task), "");
+    }
+    EXPECT_EQ(zatOSWDeleteTask(0x1000), ESRCH);
+}
+
+TEST_F(TaskEnd, DeleteTaskJoinLeavesTheRecordToTheTaskOrItsJoiner) {
+    const ZatTaskId joined = start(1);
+    EXPECT_EQ(zatOSWDeleteTaskJoin(joined, 1), ZAT_OK);
+    EXPECT_TRUE(ends(joined));
+    EXPECT_EQ(nameOf(joined), "task");
+    uint32_t value = 0;
+    EXPECT_EQ(zatOSWWaitJoinableTask(joined, 1, &value), ZAT_OK);
+    EXPECT_EQ(value, 0xFFFFFFFFu);
+    EXPECT_EQ(nameOf(joined), "");
+    for (int32_t joinMode : {1, 0, -1}) {
+        const ZatTaskId task = start(joinMode);
+        EXPECT_EQ(zatOSWDeleteTaskJoin(task, 0), ZAT_OK);
+        EXPECT_TRUE(leavesTheRegistry(task)) << joinMode;
+        EXPECT_TRUE(unwound);
+    }
+    EXPECT_EQ(zatOSWDeleteTaskJoin(0x1000, 0), ESRCH);
+}
+
+TEST_F(TaskEnd, AThreadThatIsNoTaskIsDeletedToo) {
+    pthread_t thread;
+    const auto wait = [](void* word) -> void* {
+        zatOSWWaitEventSem(*static_cast<ZatEventSem*>(word), ZAT_FOREVER);
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, nullptr, wait, &event), 0);
+    EXPECT_TRUE(waitFor([&] { return peek(recordOf<OswEventSem>(event).waiters) == 1; }));
+    EXPECT_EQ(zatOSWDeleteTask(thread), ZAT_OK);
+    void* result = nullptr;
+    EXPECT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+}
+
+/* The new task may find that it was deleted before it began. */
+TEST(TaskStart, MayBeOvertakenByADeletion) {
+    ZatEventSem event = 0;
+    ASSERT_EQ(zatOSWCreateEventSem(&event, 0, 0), ZAT_OK);
+    std::atomic<bool> unwound{false};
+    const uint32_t memory = heldMemory();
+    const int rounds = emulated() ? 200 : 3000;
+    for (int round = 0; round < rounds; ++round) {
+        for (int32_t joinMode : {1, 0, -1}) {
+            const ZatTaskId task =
+                startTask(entries[0], joinMode, "short", event, wordOf(&unwound));
+            ASSERT_EQ(zatOSWDeleteTask(task), ZAT_OK);
+            ASSERT_TRUE(joinMode != 1 || zatOSWWaitTask(task, 1) == ZAT_OK);
+            ASSERT_FALSE(isRegistered("short"));
+        }
+    }
+    EXPECT_TRUE(waitFor([=] { return heldMemory() == memory; })) << heldMemory() - memory;
+    EXPECT_TRUE(waitFor([=] { return peek(recordOf<OswEventSem>(event).waiters) == 0; }));
+    EXPECT_EQ(zatOSWDeleteEventSem(event), ZAT_OK);
+}
+
+__attribute__((noinline)) void useStack(uint32_t percent) {
+    pthread_attr_t attributes;
+    size_t size = 0;
+    pthread_getattr_np(pthread_self(), &attributes);
+    pthread_attr_getstacksize(&attributes, &size);
+    pthread_attr_destroy(&attributes);
+    size -= 4096;
+    void* stack = alloca(size * percent / 100);
+    memset(stack, 0xA5, size * percent / 100);
+    asm volatile("" : : "r"(stack) : "memory");
+}
+
+uint32_t useStackAndEnd(uint32_t percent, uint32_t end) {
+    useStack(percent);
+    if (end == 1) zatOSWExitTask(0);
+    if (end == 2) zatOSWDeleteTask(pthread_self());
+    return 0;
+}
+
+TEST(TaskStack, IsWarnedAboutWhenItIsNearlyUsedUp) {
+    for (uint32_t end : {0u, 1u, 2u}) {
+        for (uint32_t percent : {60u, 85u}) {
+            testing::internal::CaptureStderr();
+            const ZatTaskId task =
+                startTask(taskEntry<useStackAndEnd>, 1, "sixteencharacter", percent, end);
+            EXPECT_EQ(zatOSWWaitTask(task, 1), ZAT_OK);
+            const std::string text = testing::internal::GetCapturedStderr();
+            if (percent == 60) {
+                EXPECT_EQ(text, "");
+                continue;
+            }
+            unsigned long size = 0;
+            unsigned long peak = 0;
+            sscanf(text.c_str(), "%*[^ ] size=%lu peak=%lu", &size, &peak);
+            ASSERT_GE(peak * 100, size * 85) << "end " << end << ": " << text;
+            ASSERT_GT(size, 0u) << "end " << end << ": " << text;
+            char expected[200];
+            snprintf(expected, sizeof expected,
+                     "OSW:<Warning>:StackOverflow:taskid=%lu(sixteencharacter) size=%lu peak=%lu"
+                     "(%3d%%)\n",
+                     static_cast<unsigned long>(task), size, peak,
+                     static_cast<int>(peak * 100 / size));
+            EXPECT_EQ(text.substr(0, strlen(expected)), expected);
+        }
+    }
+}
+
+}  // namespace
