@@ -9,6 +9,7 @@
 #include <sys/time.h>
 #include <time.h>
 
+#include "osw/errno_private.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
 
@@ -54,6 +55,7 @@ static uint32_t toNumber(const char* digits) {
 }
 
 uint32_t zatOSWGetSysPassTime(void) {
+    const OswKeepErrno keepErrno;
     const OswUncancellable uncancellable;
     void* memory = nullptr;
     if (zatOSWOrgAllocMemPart(0, &memory, digitsSize) != ZAT_OK) return unknown;
@@ -70,6 +72,7 @@ uint32_t zatOSWGetSysPassTime(void) {
 }
 
 void zatOSWSleep(uint32_t milliseconds) {
+    const OswKeepErrno keepErrno;
     timespec remaining;
     remaining.tv_sec = static_cast<time_t>(milliseconds / 1000);
     remaining.tv_nsec = static_cast<long>(milliseconds % 1000) * 1000000;

@@ -25,16 +25,20 @@ class CancelHandle {
 
 static uint32_t periodicTask(uint32_t cancel, uint32_t intervalMs, uint32_t event, uint32_t,
                              uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
-    const CancelHandle handle(cancel);
-    while (handle.isDue(intervalMs) && zatOSWPostEventSem(event) == ZAT_OK) {
+    {
+        const CancelHandle handle(cancel);
+        while (handle.isDue(intervalMs) && zatOSWPostEventSem(event) == ZAT_OK) {
+        }
     }
     zatOSWExitTask(0);
 }
 
 static uint32_t onceTask(uint32_t cancel, uint32_t delayMs, uint32_t event, uint32_t, uint32_t,
                          uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
-    const CancelHandle handle(cancel);
-    if (handle.isDue(delayMs)) zatOSWPostEventSem(event);
+    {
+        const CancelHandle handle(cancel);
+        if (handle.isDue(delayMs)) zatOSWPostEventSem(event);
+    }
     zatOSWExitTask(0);
 }
 

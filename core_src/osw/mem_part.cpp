@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "osw/errno_private.h"
 #include "osw/handle_private.h"
 #include "osw/init.h"
 #include "osw/ipc/key.h"
@@ -37,6 +38,7 @@ static int createSemaphore() {
 }
 
 ZatStatus zatOSWSysCreateMemPart(ZatPartition* partition, void* base, uint32_t lengthBytes) {
+    const OswKeepErrno keepErrno;
     if (zatOSWInit() != ZAT_OK || partition == nullptr || base == nullptr) return ZAT_FAILED;
     const uint32_t pad = -oswWord(base) & (memUnit - 1);
     if (lengthBytes <= pad + smallestLength) return ZAT_FAILED;
@@ -59,6 +61,7 @@ ZatStatus zatOSWSysCreateMemPart(ZatPartition* partition, void* base, uint32_t l
 
 ZatStatus zatOSWDeleteMemPart(ZatPartition partition) {
     if (partition == 0) return ZAT_FAILED;
+    const OswKeepErrno keepErrno;
     return static_cast<ZatStatus>(oswSysvRemove(oswRecord<MemPartHead>(partition)->semId));
 }
 

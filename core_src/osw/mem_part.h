@@ -10,7 +10,8 @@
  *
  * Faults are fatal. Every allocation that fails otherwise than by exhaustion of a partition, and
  * every free that fails, writes a "<Fatal>:" message to the trace, stores to address 0, and so ends
- * the process; only a process that survives the store gets the status that the call documents.
+ * the process; only a process that survives the store gets the status that the call documents. A
+ * null out pointer is no fault: the call answers ZAT_FAILED.
  *
  * All calls may be made from any task. An explicit partition is guarded by a System V semaphore of
  * its own: a call waits while another task or process works on the same partition, and the kernel

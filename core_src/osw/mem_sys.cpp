@@ -54,7 +54,6 @@ static ZatStatus allocateDefault(MemSide side, void** out, uint32_t size, uint32
 
 static ZatStatus allocate(MemSide side, ZatPartition partition, void** out, uint32_t size,
                           uint32_t caller) {
-    if (out == nullptr) return ZAT_FAILED;
     return partition == 0 ? allocateDefault(side, out, size, caller)
                           : oswPartAllocate(oswRecord<MemPartHead>(partition), side, size, out);
 }
@@ -64,6 +63,7 @@ static bool isFatal(ZatStatus status) {
 }
 
 static ZatStatus sysAlloc(ZatPartition partition, void** out, uint32_t size, uint32_t caller) {
+    if (out == nullptr) return ZAT_FAILED;
     const ZatStatus status = allocate(MemSide::Low, partition, out, size, caller);
     if (isFatal(status)) oswAllocFault(OSW_SYS_ALLOC, OswCrash::BeforeMessage, __LINE__);
     return status;
@@ -97,6 +97,7 @@ ZatStatus zatOSWSysAllocMemPart(ZatPartition partition, void** out, uint32_t siz
 }
 
 ZatStatus zatOSWSysAllocBottomMemPart(ZatPartition partition, void** out, uint32_t sizeBytes) {
+    if (out == nullptr) return ZAT_FAILED;
     const ZatStatus status =
         allocate(MemSide::High, partition, out, sizeBytes, oswWord(__builtin_return_address(0)));
     if (isFatal(status)) oswAllocFault(OSW_SYS_ALLOC_BOTTOM, OswCrash::AfterMessage, __LINE__);

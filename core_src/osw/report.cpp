@@ -11,11 +11,14 @@
 
 #include <algorithm>
 
+#include "osw/errno_private.h"
+
 static constexpr uint32_t textSize = 1280;
 static constexpr uint32_t dumpBytesPerLine = 16;
 
 void oswReport(uint32_t type, const char* format, ...) {
     (void)type;
+    const OswKeepErrno keepErrno;
     char text[textSize];
     va_list arguments;
     va_start(arguments, format);

@@ -60,8 +60,12 @@ ZATOSW_API ZatStatus zatOSWCreateJoinTask(ZatTaskId* task, const char* name, int
  * @param priority  0 (highest) to 255, mapped by zatOSWTaskPriorityMap; above 255 it inherits the
  *                  caller's policy and priority
  *
- * The task detaches itself when its entry function returns. One that ends by zatOSWExitTask()
- * stays joinable: join or detach it, or its thread's stack stays behind.
+ * A generated name tells the caller's return address for "Thread", and for null an address of this
+ * call, which calls zatOSWCreateJoinTask().
+ *
+ * The task detaches itself when its entry function returns. One that ends by zatOSWExitTask() does
+ * not: join it with zatOSWSubPthreadJoin() or zatOSWWaitJoinableTask(), or detach it before it
+ * ends, or its thread's stack stays behind.
  */
 ZATOSW_API ZatStatus zatOSWCreateTaskVxv(ZatTaskId* task, const char* name, uint32_t priority,
                                          uint32_t stackSizeBytes, ZatTaskEntry entry, uint32_t a1,
@@ -90,7 +94,8 @@ ZATOSW_API ZatStatus zatOSWSubPthreadCreate(ZatTaskId* task, const pthread_attr_
  * @param task  thread id
  * @param wait  0 = only ask whether the task lives
  *
- * @return ZAT_OK      the task has ended, or is gone, or cannot be joined
+ * @return ZAT_OK      the task has ended, or is gone, or cannot be joined. One with join mode -1
+ * that has ended before the call is not joined by it.
  * @return ZAT_FAILED  the task lives and wait is 0
  * @return a POSIX error number: EDEADLK when a task waits for itself
  *
@@ -144,10 +149,12 @@ ZATOSW_API ZatStatus zatOSWDeleteTask(ZatTaskId task);
 ZATOSW_API ZatStatus zatOSWSubPthreadCancel(ZatTaskId task);
 
 /**
- * Cancels a task and leaves its record to the task or its joiner.
+ * Cancels a task and leaves its record to the task or its joiner; detaching it makes the record the
+ * task's own affair.
  *
  * @param task  thread id
- * @param join  0 = detach it first; otherwise the caller joins it
+ * @param join  0 = detach it first; otherwise the caller joins it, with zatOSWSubPthreadJoin() or
+ *              zatOSWWaitJoinableTask()
  *
  * @return as zatOSWDeleteTask()
  */

@@ -187,10 +187,6 @@ static TaskName chooseName(const char* name, void* const* frames) {
     return given;
 }
 
-static bool isGenerated(const char* name) {
-    return name == nullptr || strcmp(name, "Thread") == 0;
-}
-
 static ZatStatus createNamed(ZatTaskId* task, const TaskName& name, int32_t priority,
                              uint32_t stackSize, ZatTaskEntry entry, int32_t joinMode,
                              const OswTaskArguments& arguments) {
@@ -216,25 +212,24 @@ __attribute__((noinline)) ZatStatus zatOSWCreateJoinTask(
     ZatTaskEntry entry, int32_t joinMode, uint32_t a1, uint32_t a2, uint32_t a3, uint32_t a4,
     uint32_t a5, uint32_t a6, uint32_t a7, uint32_t a8, uint32_t a9, uint32_t a10) {
     void* frames[3] = {};
-    if (isGenerated(name)) backtrace(frames, 3);
+    if (name == nullptr || strcmp(name, "Thread") == 0) backtrace(frames, 3);
     if (const ZatStatus status = zatOSWInit(); status != ZAT_OK) return status;
     return createNamed(task, chooseName(name, frames), priority, stackSizeBytes, entry, joinMode,
                        {{a1, a2, a3, a4, a5, a6, a7, a8, a9, a10}});
 }
 
-__attribute__((noinline)) ZatStatus zatOSWCreateTaskVxv(ZatTaskId* task, const char* name,
-                                                        uint32_t priority, uint32_t stackSizeBytes,
-                                                        ZatTaskEntry entry, uint32_t a1,
-                                                        uint32_t a2, uint32_t a3, uint32_t a4,
-                                                        uint32_t a5, uint32_t a6, uint32_t a7,
-                                                        uint32_t a8, uint32_t a9, uint32_t a10) {
-    void* frames[3] = {};
-    if (isGenerated(name)) backtrace(frames, 3);
-    if (const ZatStatus status = zatOSWInit(); status != ZAT_OK) return status;
+ZatStatus zatOSWCreateTaskVxv(ZatTaskId* task, const char* name, uint32_t priority,
+                              uint32_t stackSizeBytes, ZatTaskEntry entry, uint32_t a1, uint32_t a2,
+                              uint32_t a3, uint32_t a4, uint32_t a5, uint32_t a6, uint32_t a7,
+                              uint32_t a8, uint32_t a9, uint32_t a10) {
     const int32_t linuxPriority =
         priority > 255 ? ZAT_INHERIT_PRIORITY : zatOSWTaskPriorityMap[priority];
-    return createNamed(task, chooseName(name, frames), linuxPriority, stackSizeBytes, entry,
-                       detachesItself, {{a1, a2, a3, a4, a5, a6, a7, a8, a9, a10}});
+    const ZatStatus status =
+        zatOSWCreateJoinTask(task, name, linuxPriority, stackSizeBytes, entry, detachesItself, a1,
+                             a2, a3, a4, a5, a6, a7, a8, a9, a10);
+    /* Not the last act of this call: generated names count its frame. */
+    asm volatile("" : : : "memory");
+    return status;
 }
 
 /* Policy and priority of attributes that ask for some, otherwise the caller's. */

@@ -9,6 +9,7 @@
 
 #include <atomic>
 
+#include "osw/errno_private.h"
 #include "osw/lock_private.h"
 #include "osw/task_registry_private.h"
 #include "osw/thread_private.h"
@@ -43,6 +44,7 @@ OswScheduling oswSchedulingFor(int policy, int32_t priority) {
 /* Whether an id that the registry does not know leads to memory at all. */
 static bool isMapped(ZatTaskId task) {
     static constexpr uint32_t pageSize = 4096;
+    const OswKeepErrno keepErrno;
     unsigned char resident = 0;
     auto* page = reinterpret_cast<void*>(task & ~(pageSize - 1));
     return mincore(page, pageSize, &resident) == 0 || errno != ENOMEM;
@@ -55,6 +57,7 @@ bool oswMayAskThread(ZatTaskId task) {
 }
 
 ZatStatus oswAskThread(ZatTaskId task, OswScheduling* scheduling) {
+    OswLock lock(oswRegistryLock);
     if (!oswMayAskThread(task)) return ESRCH;
     sched_param parameters;
     const int error = pthread_getschedparam(task, &scheduling->policy, &parameters);

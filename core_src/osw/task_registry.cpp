@@ -128,8 +128,8 @@ static void countTasks() {
 }
 
 void oswCountStartedTask(OswTaskRecord& record) {
+    oswTaskFigures.stackTotal += record.stackSize - record.countedStack;
     record.countedStack = record.stackSize;
-    oswTaskFigures.stackTotal += record.stackSize;
     raisePeak(oswTaskFigures.stackTotalPeak, oswTaskFigures.stackTotal);
     countTasks();
 }

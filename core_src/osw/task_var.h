@@ -3,7 +3,8 @@
  * Task variables: words that a program attaches to tasks under keys of its own.
  *
  * A variable lives until it is removed; the end of its task does not remove it. Any id may be
- * given, that of a task that is not registered too. All calls may be made from any task.
+ * given, that of a task that is not registered too. All calls may be made from any task; each may
+ * also return a POSIX error number of the thread library, unchanged.
  */
 #ifndef ZATOSW_OSW_TASK_VAR_H
 #define ZATOSW_OSW_TASK_VAR_H

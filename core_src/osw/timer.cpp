@@ -103,9 +103,31 @@ static bool countDown(ZatTimer handle, const TimerEvents& events) {
     }
 }
 
+/*
+ * A task that ends otherwise than by the deletion of its timer (it exits from the callback, or is
+ * itself deleted) leaves a record behind, which must not lead to the events any more: the calls on
+ * the timer then find no events, and its deletion has only the task to join.
+ */
+class TimerTaskEnd {
+  public:
+    explicit TimerTaskEnd(ZatTimer handle) : handle_(handle) {}
+    TimerTaskEnd(const TimerTaskEnd&) = delete;
+    TimerTaskEnd& operator=(const TimerTaskEnd&) = delete;
+    ~TimerTaskEnd() {
+        OswLock lock(timerLock);
+        OswTimerRecord* timer = findTimer(handle_);
+        if (timer == nullptr || timer->threadId != oswSelf()) return;
+        timer->startEvent = timer->stopEvent = timer->exitEvent = 0;
+    }
+
+  private:
+    const ZatTimer handle_;
+};
+
 static uint32_t timerTask(uint32_t handle, uint32_t start, uint32_t stop, uint32_t exit, uint32_t,
                           uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
     const TimerEvents events(start, stop, exit);
+    const TimerTaskEnd end(handle);
     while (zatOSWWaitEventSem(events.start(), ZAT_FOREVER) == ZAT_OK && countDown(handle, events)) {
     }
     return 0;

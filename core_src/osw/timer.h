@@ -41,8 +41,8 @@ ZATOSW_API ZatStatus zatOSWCreateTimer(ZatTimer* timer, uint32_t stackSizeBytes)
  * Starts a timer: it calls the callback once, after the interval, and is idle again. For a periodic
  * timer the callback starts it anew.
  *
- * Starting a running timer does not disturb the countdown; it changes what is called, and runs the
- * timer once more when the countdown has ended.
+ * Starting a running timer does not disturb the countdown, which ends as it was started; the new
+ * interval and callback hold for a countdown that begins when it has ended.
  *
  * @param timer       handle from zatOSWCreateTimerEx()
  * @param intervalMs  milliseconds

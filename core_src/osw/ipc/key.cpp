@@ -20,6 +20,7 @@
 #include <atomic>
 #include <iterator>
 
+#include "osw/errno_private.h"
 #include "osw/fixed_lock.h"
 #include "osw/ipc/key_private.h"
 #include "osw/lock_private.h"
@@ -135,6 +136,7 @@ static ZatStatus createKey(const KeyPath& path, uint32_t& key) {
 ZatStatus zatOSWIpcGetServerIpcKey(const char* name, uint32_t, uint32_t* key) {
     if (key == nullptr) return ZAT_FAILED;
     const OswUncancellable uncancellable;
+    const OswKeepErrno keepErrno;
     KeyPath path;
     if (const ZatStatus status = makePath(name, path); status != ZAT_OK) return status;
     uint32_t found = 0;
@@ -153,6 +155,7 @@ ZatStatus zatOSWIpcGetServerIpcKey(const char* name, uint32_t, uint32_t* key) {
 }
 
 ZatStatus zatOSWIpcRevokeServerIpcKey(const char* name) {
+    const OswKeepErrno keepErrno;
     KeyPath path;
     const ZatStatus status = makePath(name, path);
     if (status == ZAT_OK) unlink(path.text);
