@@ -17,8 +17,7 @@
 /** What the next queries of key files tell; after these, the truth. */
 enum class Look { Truth, Reserved, Failed };
 static std::deque<Look> looks;
-static constexpr ino_t reservedInode = 902131;
-static ino_t inodeToTell = reservedInode;
+static ino_t inodeToTell = 902131;
 
 /** The library's query of a path, under the name that large files give it. */
 extern "C" int stat(const char* path, struct stat* info) noexcept {
@@ -42,19 +41,20 @@ std::string keyDirectory() {
     return getenv("GEN_MSGQ_PATH");
 }
 
-ino_t inodeOf(const std::string& path) {
+uint32_t inodeOf(const std::string& path) {
     struct stat info = {};
-    return fstatat(AT_FDCWD, path.c_str(), &info, 0) == 0 ? info.st_ino : 0;
+    return fstatat(AT_FDCWD, path.c_str(), &info, 0) == 0 ? static_cast<uint32_t>(info.st_ino) : 0;
 }
 
-bool exists(const std::string& path) {
-    return access(path.c_str(), F_OK) == 0;
-}
-
-uint32_t keyOf(const char* name) {
+uint32_t keyOf(const std::string& name) {
     uint32_t key = 0;
-    EXPECT_EQ(zatOSWIpcGetServerIpcKey(name, 0, &key), ZAT_OK);
+    EXPECT_EQ(zatOSWIpcGetServerIpcKey(name.c_str(), 0, &key), ZAT_OK);
     return key;
+}
+
+bool isKeyedBy(const std::string& name, const std::string& path) {
+    const uint32_t key = keyOf(name);
+    return key == inodeOf(path);
 }
 
 ZatStatus statusOf(const char* name) {
@@ -64,87 +64,61 @@ ZatStatus statusOf(const char* name) {
     return status;
 }
 
-static int tellKey(const std::vector<std::string>& arguments) {
-    uint32_t key = 0;
-    const ZatStatus status = zatOSWIpcGetServerIpcKey(arguments.at(0).c_str(), 0, &key);
+int tellKey(const std::vector<std::string>& arguments) {
+    const uint32_t key = keyOf(arguments.at(0));
     std::ofstream(arguments.at(1)) << key;
-    return status == ZAT_OK ? 0 : 1;
+    return key == 0;
 }
 SelfRole tellKeyRole("tell-key", tellKey);
 
-TEST(Key, IsTheInodeOfTheKeyFile) {
-    const uint32_t first = keyOf("first");
-    EXPECT_EQ(first, static_cast<uint32_t>(inodeOf(keyDirectory() + "first")));
-    EXPECT_NE(keyOf("second"), first);
-    EXPECT_EQ(keyOf("first"), first);
-    struct stat info;
-    ASSERT_EQ(stat((keyDirectory() + "first").c_str(), &info), 0);
-    EXPECT_EQ(info.st_size, 0);
-}
-
-TEST(Key, IsCutToThirtyTwoBits) {
-    keyOf("name");
+TEST(Key, IsTheInodeOfTheKeyFileUntilItIsRevoked) {
+    const std::string path = keyDirectory() + "first";
+    const uint32_t key = keyOf("first");
+    EXPECT_EQ(key, inodeOf(path));
+    EXPECT_NE(keyOf("second"), key);
+    EXPECT_EQ(keyOf("first"), key);
     looks = {Look::Reserved};
     inodeToTell = 0x1234567890ABCDEF;
-    EXPECT_EQ(keyOf("name"), 0x90ABCDEFu);
+    EXPECT_EQ(keyOf("first"), 0x90ABCDEFu) << "cut to 32 bits";
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(zatOSWIpcRevokeServerIpcKey("first"), ZAT_OK) << "also when it is gone";
+        EXPECT_EQ(inodeOf(path), 0u);
+    }
 }
 
 TEST(Key, IsTheSameInEveryProcess) {
-    const int count = 3;
     std::vector<pid_t> children;
     const auto output = [](int i) { return testing::TempDir() + "key" + std::to_string(i); };
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < 3; ++i)
         children.push_back(spawnSelf("tell-key", {"shared", output(i)}));
-    for (const pid_t child : children)
-        ASSERT_EQ(waitForExit(child), 0) << "processes may make the directory at the same time";
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_EQ(waitForExit(children[i]), 0) << "all make the directory at the same time";
         uint32_t key = 0;
         std::ifstream(output(i)) >> key;
         EXPECT_EQ(key, keyOf("shared"));
     }
 }
 
-TEST(Key, NeedsANameAndAPlace) {
-    EXPECT_EQ(statusOf(nullptr), ZAT_FAILED);
-    EXPECT_EQ(zatOSWIpcGetServerIpcKey("name", 0, nullptr), ZAT_FAILED);
-    EXPECT_EQ(zatOSWIpcRevokeServerIpcKey(nullptr), ZAT_FAILED);
-    EXPECT_EQ(statusOf("missing/name"), ZAT_IPC_KEY_CREATE_FAILED);
-    keyOf("file");
-    EXPECT_EQ(statusOf("file/name"), ZAT_IPC_KEY_STAT_FAILED);
-    EXPECT_EQ(statusOf(std::string(256, 'n').c_str()), ZAT_IPC_KEY_STAT_FAILED);
-}
-
-TEST(KeyDirectory, IsMadeLevelByLevel) {
-    const std::string top = testing::TempDir() + "one";
-    setenv("GEN_MSGQ_PATH", (top + "/two//three/").c_str(), 1);
+TEST(KeyDirectory, IsAPrefixMadeLevelByLevelAndChosenOnce) {
+    const std::string prefix = testing::TempDir() + "one/two//three/";
+    setenv("GEN_MSGQ_PATH", (prefix + "not-a-level-").c_str(), 1);
     umask(0);
-    keyOf("name");
-    EXPECT_TRUE(exists(top + "/two/three/name"));
+    EXPECT_TRUE(isKeyedBy("name", prefix + "not-a-level-name"));
     struct stat info;
-    ASSERT_EQ(stat((top + "/two").c_str(), &info), 0);
+    ASSERT_EQ(stat((prefix + "..").c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0777u);
-    ASSERT_EQ(stat((top + "/two/three/name").c_str(), &info), 0);
+    ASSERT_EQ(stat((prefix + "not-a-level-name").c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0666u);
-}
-
-TEST(KeyDirectory, IsAPlainPrefixChosenOnce) {
-    const std::string directory = testing::TempDir() + "keys/";
-    setenv("GEN_MSGQ_PATH", (directory + "prefix-").c_str(), 1);
-    keyOf("name");
-    EXPECT_TRUE(exists(directory + "prefix-name"));
     setenv("GEN_MSGQ_PATH", testing::TempDir().c_str(), 1);
-    keyOf("other");
-    EXPECT_TRUE(exists(directory + "prefix-other"));
+    EXPECT_TRUE(isKeyedBy("other", prefix + "not-a-level-other"));
 }
 
 TEST(KeyDirectory, LiesInTmpUnlessTheEnvironmentSaysOtherwise) {
     unsetenv("GEN_MSGQ_PATH");
-    const bool wasThere = exists("/tmp/.zat-msgq");
+    const bool wasThere = inodeOf("/tmp/.zat-msgq") != 0;
     const std::string name = "zatosw-test-" + std::to_string(getpid());
-    keyOf(name.c_str());
-    EXPECT_TRUE(exists("/tmp/.zat-msgq/" + name));
+    EXPECT_TRUE(isKeyedBy(name, "/tmp/.zat-msgq/" + name));
     EXPECT_EQ(zatOSWIpcRevokeServerIpcKey(name.c_str()), ZAT_OK);
-    EXPECT_FALSE(exists("/tmp/.zat-msgq/" + name));
     if (!wasThere) rmdir("/tmp/.zat-msgq");
 }
 
@@ -155,92 +129,62 @@ TEST(KeyDirectory, IsTriedAgainAfterAFailure) {
     EXPECT_EQ(statusOf("name"), ZAT_IPC_KEY_DIR_FAILED);
     EXPECT_EQ(zatOSWIpcRevokeServerIpcKey("name"), ZAT_IPC_KEY_DIR_FAILED);
     ASSERT_EQ(unlink(obstacle.c_str()), 0);
-    keyOf("name");
-    EXPECT_TRUE(exists(obstacle + "/keys/name"));
+    EXPECT_TRUE(isKeyedBy("name", obstacle + "/keys/name"));
 }
 
 TEST(ReservedKey, IsKeptOccupiedByAFileMovedAside) {
-    const std::string path = keyDirectory() + "name";
     keyOf("other");
-    looks = {Look::Truth, Look::Reserved, Look::Reserved};
-    const uint32_t key = keyOf("name");
-    EXPECT_EQ(key, static_cast<uint32_t>(inodeOf(path)));
-    EXPECT_TRUE(exists(path + "_collision_1"));
-    EXPECT_TRUE(exists(path + "_collision_2"));
-    EXPECT_FALSE(exists(path + "_collision_3"));
-    looks = {Look::Truth, Look::Reserved};
-    keyOf("next");
-    EXPECT_TRUE(exists(keyDirectory() + "next_collision_3")) << "one count for all names";
+    int moved = 0;
+    for (const ino_t inode : {902131, 902180, 902231, 24553, 24853}) {
+        const std::string path = keyDirectory() + "name" + std::to_string(inode);
+        looks = {Look::Truth, Look::Reserved, Look::Reserved};
+        inodeToTell = inode;
+        EXPECT_TRUE(isKeyedBy("name" + std::to_string(inode), path));
+        for (int i = 0; i < 2; ++i)
+            EXPECT_NE(inodeOf(path + "_collision_" + std::to_string(++moved)), 0u) << inode;
+    }
+    for (const ino_t inode : {902130, 902232, 24552, 24554, 24852, 24854, 1}) {
+        looks = {Look::Reserved};
+        inodeToTell = inode;
+        EXPECT_EQ(keyOf("other"), inode);
+    }
 }
 
 TEST(ReservedKey, OfAFileThatIsThereAlreadyIsNotTaken) {
     keyOf("name");
     const std::string path = keyDirectory() + "name";
-    const std::string second = testing::TempDir() + "second";
-    ASSERT_EQ(link(path.c_str(), second.c_str()), 0);
+    ASSERT_EQ(link(path.c_str(), (path + "-kept").c_str()), 0);
     looks = {Look::Reserved};
-    EXPECT_NE(keyOf("name"), static_cast<uint32_t>(inodeOf(second))) << "made anew";
-    EXPECT_FALSE(exists(path + "_collision_1"));
+    EXPECT_NE(keyOf("name"), inodeOf(path + "-kept")) << "removed and made anew";
+    EXPECT_EQ(inodeOf(path + "_collision_1"), 0u);
 }
 
-TEST(ReservedKey, IsAnyOfTheTable) {
-    keyOf("name");
-    uint32_t moved = 0;
-    for (const ino_t inode : {902131, 902180, 902231, 24553, 24853}) {
-        unlink((keyDirectory() + "name").c_str());
-        looks = {Look::Truth, Look::Reserved};
-        inodeToTell = inode;
-        keyOf("name");
-        EXPECT_TRUE(exists(keyDirectory() + "name_collision_" + std::to_string(++moved))) << inode;
-    }
-    for (const ino_t inode : {902130, 902232, 24552, 24554, 24852, 24854, 1}) {
-        looks = {Look::Reserved};
-        inodeToTell = inode;
-        EXPECT_EQ(keyOf("name"), inode);
-    }
-}
-
-TEST(KeyFailure, TellsTheStepThatFailed) {
-    keyOf("old");
-    looks = {Look::Failed};
-    EXPECT_EQ(statusOf("old"), ZAT_IPC_KEY_STAT_FAILED);
-    looks = {Look::Truth, Look::Failed};
-    EXPECT_EQ(statusOf("new"), ZAT_IPC_KEY_STAT_FAILED);
-    looks = {Look::Truth, Look::Truth, Look::Failed};
-    EXPECT_EQ(statusOf("newer"), ZAT_IPC_KEY_STAT_FAILED);
-    // A directory is where the file would be moved to.
-    ASSERT_EQ(mkdir((keyDirectory() + "newest_collision_1").c_str(), 0700), 0);
-    looks = {Look::Truth, Look::Reserved};
-    EXPECT_EQ(statusOf("newest"), ZAT_IPC_KEY_RENAME_FAILED);
-    EXPECT_NE(keyOf("newest"), 0u);
-}
-
-TEST(KeyFailure, LeavesNoFileOpen) {
-    keyOf("name");
-    const int before = dup(0);
-    close(before);
-    for (const std::deque<Look>& sequence :
-         std::vector<std::deque<Look>>{{Look::Truth},
-                                       {Look::Reserved},
-                                       {Look::Reserved, Look::Reserved},
-                                       {Look::Reserved, Look::Failed},
-                                       {Look::Reserved, Look::Truth, Look::Failed}}) {
+TEST(KeyFailure, TellsTheStepThatFailedAndLeavesNoFileOpen) {
+    keyOf("file");
+    const int nextFile = dup(0);
+    close(nextFile);
+    EXPECT_EQ(statusOf(nullptr), ZAT_FAILED);
+    EXPECT_EQ(zatOSWIpcGetServerIpcKey("name", 0, nullptr), ZAT_FAILED);
+    EXPECT_EQ(statusOf("missing/name"), ZAT_IPC_KEY_CREATE_FAILED);
+    for (const std::string& name :
+         {std::string("file/name"), std::string(256, 'n'), std::string(5000, 'n')})
+        EXPECT_EQ(statusOf(name.c_str()), ZAT_IPC_KEY_STAT_FAILED);
+    for (const auto& sequence :
+         std::vector<std::deque<Look>>{{Look::Failed},
+                                       {Look::Truth, Look::Failed},
+                                       {Look::Truth, Look::Truth, Look::Failed}}) {
         looks = sequence;
-        uint32_t key = 0;
-        zatOSWIpcGetServerIpcKey("name", 0, &key);
+        EXPECT_EQ(statusOf("name"), ZAT_IPC_KEY_STAT_FAILED);
+        zatOSWIpcRevokeServerIpcKey("name");
     }
+    // A directory is where the file would be moved to.
+    ASSERT_EQ(mkdir((keyDirectory() + "name_collision_1").c_str(), 0700), 0);
+    looks = {Look::Truth, Look::Reserved};
+    EXPECT_EQ(statusOf("name"), ZAT_IPC_KEY_RENAME_FAILED);
+    EXPECT_TRUE(isKeyedBy("name", keyDirectory() + "name"));
     const int after = dup(0);
     close(after);
-    EXPECT_EQ(after, before);
-}
-
-TEST(RevokeKey, RemovesTheFileIfThereIsOne) {
-    keyOf("name");
-    EXPECT_EQ(zatOSWIpcRevokeServerIpcKey("name"), ZAT_OK);
-    EXPECT_FALSE(exists(keyDirectory() + "name"));
-    EXPECT_EQ(zatOSWIpcRevokeServerIpcKey("name"), ZAT_OK);
-    EXPECT_EQ(zatOSWIpcRevokeServerIpcKey("never"), ZAT_OK);
-    EXPECT_NE(keyOf("name"), 0u);
+    EXPECT_EQ(after, nextFile);
 }
 
 }  // namespace

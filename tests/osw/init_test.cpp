@@ -1,0 +1,285 @@
+// The library's first call in a process: what it makes, that it happens once, and that a failure
+// leaves nothing behind. Every case needs a process of its own.
+
+#include "osw/init.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "osw/worker.h"
+#include "support/selfstart.h"
+#include "support/support.h"
+
+// What the library asks of the system, passed on, but failing once where a test wants it to.
+static thread_local int callsToFault = -1; /**< 0 = the next call fails; below: none does */
+static std::function<void()> atCall;
+static std::vector<pthread_mutex_t*> made;
+static std::vector<pthread_mutex_t*> destroyed;
+static std::atomic<size_t> askedStack;
+
+static bool fails() {
+    return callsToFault >= 0 && callsToFault-- == 0;
+}
+
+template <typename Function>
+static Function* original(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+#ifndef __SANITIZE_ADDRESS__
+static bool faultAllocations;
+
+extern "C" void* malloc(size_t size) noexcept {
+    static const auto next = original<void*(size_t)>("malloc");
+    return faultAllocations && fails() ? nullptr : next(size);
+}
+
+extern "C" void* calloc(size_t count, size_t size) noexcept {
+    static const auto next = original<void*(size_t, size_t)>("calloc");
+    return faultAllocations && fails() ? nullptr : next(count, size);
+}
+#endif
+
+static bool faultLocks;
+
+extern "C" int pthread_mutex_init(pthread_mutex_t* mutex,
+                                  const pthread_mutexattr_t* attributes) noexcept {
+    static const auto next =
+        original<int(pthread_mutex_t*, const pthread_mutexattr_t*)>("pthread_mutex_init");
+    if (atCall) std::exchange(atCall, nullptr)();
+    if (faultLocks && fails()) return EAGAIN;
+    if (faultLocks) made.push_back(mutex);
+    return next(mutex, attributes);
+}
+
+extern "C" int pthread_mutex_destroy(pthread_mutex_t* mutex) noexcept {
+    static const auto next = original<int(pthread_mutex_t*)>("pthread_mutex_destroy");
+    if (faultLocks) destroyed.push_back(mutex);
+    return next(mutex);
+}
+
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                              void* (*entry)(void*), void* argument) {
+    static const auto next =
+        original<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
+    size_t size = 0;
+    if (attributes != nullptr) pthread_attr_getstacksize(attributes, &size);
+    askedStack = size;
+    return next(thread, attributes, entry, argument);
+}
+
+namespace {
+
+std::string ownName() {
+    return nameOf(pthread_self());
+}
+
+/** Whether the caller is the main task, and no other record has its name. */
+bool isMainTaskOnce() {
+    const bool isMain = ownName() == "mainThread";
+    zatOSWSetTaskNameSelf("renamed");
+    const bool isOnce = !isRegistered("mainThread");
+    zatOSWSetTaskNameSelf("mainThread");
+    return isMain && isOnce;
+}
+
+TEST(Init, MakesTheCallerTheMainTask) {
+    EXPECT_EQ(ownName(), "");
+    EXPECT_EQ(zatOSWTerm(), ZAT_OK) << "nothing to end";
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    EXPECT_TRUE(isMainTaskOnce());
+    const zatOSWTaskInfo info = infoOf(0);
+    EXPECT_EQ(info.threadId, pthread_self());
+    EXPECT_EQ(info.kernelTid, gettid());
+    EXPECT_EQ(info.stackTop, 0u);
+    EXPECT_EQ(info.stackRequested, 0u);
+}
+
+TEST(Init, StaysDoneAfterTheEnd) {
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(zatOSWTerm(), ZAT_OK);
+        EXPECT_EQ(ownName(), "");
+        EXPECT_EQ(zatOSWInit(), ZAT_OK);
+        EXPECT_EQ(ownName(), "") << "not registered again";
+    }
+}
+
+TEST(Init, HappensOnceForThreadsThatCallAtTheSameTime) {
+    constexpr uint32_t count = 8;
+    pthread_barrier_t start;
+    pthread_barrier_init(&start, nullptr, count);
+    std::atomic<int> mainTasks = 0;
+    std::vector<std::thread> threads;
+    for (uint32_t i = 0; i < count; ++i)
+        threads.emplace_back([&] {
+            pthread_barrier_wait(&start);
+            EXPECT_EQ(zatOSWInit(), ZAT_OK);
+            mainTasks += ownName() == "mainThread";
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(mainTasks, 1);
+}
+
+TEST(Init, IsWaitedForByOtherThreads) {
+    std::thread second;
+    std::atomic<pid_t> secondId = 0;
+    std::atomic<bool> returned = false;
+    atCall = [&] {
+        second = std::thread([&] {
+            secondId = gettid();
+            EXPECT_EQ(zatOSWInit(), ZAT_OK);
+            EXPECT_TRUE(isRegistered("mainThread"));
+            returned = true;
+        });
+        EXPECT_TRUE(waitFor([&] {
+            std::string stat;
+            std::getline(std::ifstream("/proc/self/task/" + std::to_string(secondId) + "/stat"),
+                         stat);
+            return returned || stat.find(") S ") != std::string::npos;
+        }));
+        EXPECT_FALSE(returned);
+    };
+    EXPECT_EQ(zatOSWInit(), ZAT_OK);
+    second.join();
+    EXPECT_TRUE(isMainTaskOnce());
+}
+
+TEST(FailedInit, UnmakesItsLocksInReverseOrder) {
+    for (int fault = 0; fault < 4; ++fault) {
+        made.clear();
+        destroyed.clear();
+        faultLocks = true;
+        callsToFault = fault;
+        EXPECT_EQ(zatOSWInit(), uint32_t{EAGAIN});
+        faultLocks = false;
+        std::reverse(made.begin(), made.end());
+        EXPECT_EQ(destroyed, made);
+        EXPECT_EQ(made.size(), static_cast<size_t>(fault));
+        EXPECT_EQ(ownName(), "");
+    }
+    EXPECT_EQ(zatOSWInit(), ZAT_OK);
+    EXPECT_TRUE(isMainTaskOnce());
+}
+
+enum Outcome { Recovered, Unhurt, NoSuchCall, Broken };
+
+// The store of a memory fault must not end the process here.
+int initWithoutMemory(const std::vector<std::string>& arguments) {
+    Outcome outcome = Broken;
+#ifndef __SANITIZE_ADDRESS__
+    mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    callsToFault = std::stoi(arguments.at(0));
+    faultAllocations = true;
+    const ZatStatus status = zatOSWInit();
+    faultAllocations = false;
+    if (callsToFault >= 0) {
+        outcome = NoSuchCall;
+    } else if (status == ZAT_OK) {
+        outcome = isMainTaskOnce() ? Unhurt : Broken;
+    } else if (status == ZAT_FAILED && ownName().empty() && zatOSWInit() == ZAT_OK &&
+               isMainTaskOnce()) {
+        outcome = Recovered;
+    }
+#endif
+    return outcome;
+}
+SelfRole initWithoutMemoryRole("init-without-memory", initWithoutMemory);
+
+TEST(FailedInit, IsTriedAgainWhicheverAllocationFailed) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer has an allocator of its own";
+#endif
+    if (mmap(nullptr, 4096, PROT_NONE, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) ==
+        MAP_FAILED)
+        GTEST_SKIP() << "page 0 cannot be mapped";
+    munmap(nullptr, 4096);
+    int recovered = 0;
+    int outcome = Unhurt;
+    for (int call = 0; outcome < NoSuchCall; ++call) {
+        outcome = waitForExit(spawnSelf("init-without-memory", {std::to_string(call)}));
+        recovered += outcome == Recovered;
+    }
+    EXPECT_EQ(outcome, NoSuchCall);
+    EXPECT_GE(recovered, 2) << "the main task's record and the internal event";
+}
+
+struct LimitsCase {
+    const char* environment; /**< null = not set */
+    uint32_t minimum;
+    uint32_t maximum;
+    uint32_t extra;
+};
+
+void PrintTo(const LimitsCase& limits, std::ostream* stream) {
+    *stream << limits.minimum << "," << limits.maximum << "," << limits.extra;
+}
+
+class StackLimits : public testing::TestWithParam<LimitsCase> {};
+
+const std::string longPiece = std::string(42, '0') + "20000,70000";       // 47 characters
+const std::string tooLongPiece = std::string(43, '0') + "20000,70000,0";  // 48
+
+INSTANTIATE_TEST_SUITE_P(Environment, StackLimits,
+                         testing::Values(LimitsCase{nullptr, 16384, 131072, 65536},
+                                         LimitsCase{"8192", 16384, 131072, 65536},
+                                         LimitsCase{"200000", 200000, 200000, 65536},
+                                         LimitsCase{",65536,0", 16384, 65536, 0},
+                                         LimitsCase{"\t32768 ,, 4096 \n", 32768, 131072, 4096},
+                                         LimitsCase{"many,,x", 16384, 131072, 65536},
+                                         LimitsCase{"20000,150000,0,7,9", 20000, 150000, 0},
+                                         LimitsCase{"20000,150000,4294967295", 20000, 150000,
+                                                    0xFFFFFFFF},
+                                         LimitsCase{longPiece.c_str(), 20000, 70000, 65536},
+                                         LimitsCase{tooLongPiece.c_str(), 16384, 70000, 0}));
+
+struct Seen {
+    zatOSWTaskInfo info;
+    size_t usable;
+};
+
+uint32_t look(uint32_t address, uint32_t) {
+    auto* seen = reinterpret_cast<Seen*>(address);
+    seen->info = infoOf(0);
+    pthread_attr_t attributes;
+    pthread_getattr_np(pthread_self(), &attributes);
+    pthread_attr_getstacksize(&attributes, &seen->usable);
+    pthread_attr_destroy(&attributes);
+    seen->usable -= 4096;
+    return 0;
+}
+
+TEST_P(StackLimits, ShapeTheStacksOfTasks) {
+    const LimitsCase& limits = GetParam();
+    if (limits.environment == nullptr)
+        unsetenv("OSW_TASK_STACK_ENV");
+    else
+        setenv("OSW_TASK_STACK_ENV", limits.environment, 1);
+    for (const uint32_t request : {0u, 0xFFFFFFFFu}) {
+        Seen seen = {};
+        const ZatTaskId task = startTask(taskEntry<look>, 1, "task", wordOf(&seen), 0, request);
+        ASSERT_EQ(zatOSWSubPthreadJoin(task, nullptr), ZAT_OK);
+        const uint32_t asked = request == 0 ? limits.minimum : limits.maximum;
+        const uint64_t wanted = std::min<uint64_t>(uint64_t{asked} + limits.extra, limits.maximum);
+        // The thread library has a minimum of its own.
+        EXPECT_EQ(askedStack, std::max<uint64_t>(wanted, sysconf(_SC_THREAD_STACK_MIN)));
+        EXPECT_EQ(seen.info.stackRequested, std::min<size_t>(asked, seen.usable));
+    }
+}
+
+}  // namespace
