@@ -7,26 +7,15 @@
 
 namespace {
 
+struct CountKind : SemKind<OswCountSem, sizeof(OswCountSem), zatOSWCreateCountSem,
+                           zatOSWWaitCountSem, zatOSWPostCountSem, zatOSWDeleteCountSem> {};
+INSTANTIATE_TYPED_TEST_SUITE_P(Count, WaitFrame, CountKind);
+
 ZatCountSem make(int32_t count) {
     ZatCountSem semaphore = 0;
     EXPECT_EQ(zatOSWCreateCountSem(&semaphore, 0xFFFFFFFF, count), ZAT_OK);
     return semaphore;
 }
-
-struct CountKind {
-    using Record = OswCountSem;
-    static constexpr uint32_t memorySize = sizeof(OswCountSem);
-    static constexpr bool recursive = false;
-
-    static ZatHandle makeBusy() { return make(0); }
-    static ZatStatus wait(ZatHandle semaphore, ZatTimeoutMs timeoutMs) {
-        return zatOSWWaitCountSem(semaphore, timeoutMs);
-    }
-    static ZatStatus give(ZatHandle semaphore) { return zatOSWPostCountSem(semaphore); }
-    static ZatStatus remove(ZatHandle semaphore) { return zatOSWDeleteCountSem(semaphore); }
-};
-
-INSTANTIATE_TYPED_TEST_SUITE_P(Count, WaitFrame, CountKind);
 
 bool waiters(ZatCountSem semaphore, int32_t count) {
     return waitFor([=] { return peek(recordOf<OswCountSem>(semaphore).waiters) == count; });

@@ -5,23 +5,8 @@
 
 namespace {
 
-struct EventKind {
-    using Record = OswEventSem;
-    static constexpr uint32_t memorySize = sizeof(OswEventSem);
-    static constexpr bool recursive = false;
-
-    static ZatHandle makeBusy() {
-        ZatEventSem event = 0;
-        EXPECT_EQ(zatOSWCreateEventSem(&event, 0, 0), ZAT_OK);
-        return event;
-    }
-    static ZatStatus wait(ZatHandle event, ZatTimeoutMs timeoutMs) {
-        return zatOSWWaitEventSem(event, timeoutMs);
-    }
-    static ZatStatus give(ZatHandle event) { return zatOSWPostEventSem(event); }
-    static ZatStatus remove(ZatHandle event) { return zatOSWDeleteEventSem(event); }
-};
-
+struct EventKind : SemKind<OswEventSem, sizeof(OswEventSem), zatOSWCreateEventSem,
+                           zatOSWWaitEventSem, zatOSWPostEventSem, zatOSWDeleteEventSem> {};
 INSTANTIATE_TYPED_TEST_SUITE_P(Event, WaitFrame, EventKind);
 
 class EventSem : public testing::Test {

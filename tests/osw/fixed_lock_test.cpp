@@ -74,7 +74,7 @@ TEST_P(FixedLocks, KeepOthersOutUntilTheLastReleaseOfTheHolder) {
 
 TEST_P(FixedLocks, AreHeldByOneUnderStress) {
     const FixedLock& lock = locks[GetParam()];
-    const int steps = emulated() ? 500 : 5000;
+    const int steps = emulated() ? 200 : 1000;
     volatile int inside = 0;
     std::atomic<int> broken{0};
     const auto work = [&] {

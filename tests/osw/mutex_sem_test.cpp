@@ -5,26 +5,22 @@
 #include "osw/mutex_sem_private.h"
 #include "osw/wait_frame.h"
 
+/* The wall clock that deadlines are computed from; null for the real one. */
+static std::atomic<const timeval*> wallClock;
+
+extern "C" int gettimeofday(timeval* now, void*) noexcept {
+    timespec time;
+    clock_gettime(CLOCK_REALTIME, &time);
+    const timeval* given = wallClock;
+    *now = given != nullptr ? *given : timeval{time.tv_sec, time.tv_nsec / 1000};
+    return 0;
+}
+
 namespace {
 
-/* Busy: taken by the task that made it. */
-struct MutexKind {
-    using Record = OswMutexSem;
-    static constexpr uint32_t memorySize = 0; /* not from a partition */
-    static constexpr bool recursive = true;
-
-    static ZatHandle makeBusy() {
-        ZatMutexSem mutex = 0;
-        EXPECT_EQ(zatOSWCreateMutexSem(&mutex, 0, 0), ZAT_OK);
-        return mutex;
-    }
-    static ZatStatus wait(ZatHandle mutex, ZatTimeoutMs timeoutMs) {
-        return zatOSWRequestMutexSem(mutex, timeoutMs);
-    }
-    static ZatStatus give(ZatHandle mutex) { return zatOSWReleaseMutexSem(mutex); }
-    static ZatStatus remove(ZatHandle mutex) { return zatOSWDeleteMutexSem(mutex); }
-};
-
+/* Taken by the task that makes it; its memory is not from a partition. */
+struct MutexKind : SemKind<OswMutexSem, 0, zatOSWCreateMutexSem, zatOSWRequestMutexSem,
+                           zatOSWReleaseMutexSem, zatOSWDeleteMutexSem> {};
 INSTANTIATE_TYPED_TEST_SUITE_P(Mutex, WaitFrame, MutexKind);
 
 class MutexSem : public testing::Test {
@@ -100,10 +96,13 @@ TEST_F(MutexSem, WaitsAsLongAsItIsTold) {
         return ZatStatus{ZAT_OK};
     });
     hasty.join();
+    static const timeval late = {0x7FFFFFFF - 1000000, 999999};
+    wallClock = &late;
     Worker patient([this] { return visit(ZAT_FOREVER - 1); });
     EXPECT_TRUE(waiters(1));
     EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK);
     EXPECT_EQ(patient.join(), ZAT_OK);
+    wallClock = nullptr;
     remove();
 }
 

@@ -86,7 +86,6 @@ TEST_F(TaskPriority, IsGivenAtCreationWithinThePolicysRange) {
         expectCreated(99, static_cast<int32_t>(policy), 99);
         expectCreated(1000, static_cast<int32_t>(policy), 99);
         expectCreated(0, SCHED_OTHER, 0);
-        expectCreated(-2, SCHED_OTHER, 0);
     }
     EXPECT_EQ(zatOSWSetTaskScheduler(SCHED_OTHER), ZAT_OK);
     expectCreated(50, SCHED_OTHER, 0);
@@ -98,6 +97,7 @@ TEST_F(TaskPriority, IsInheritedOrMappedFromTheKernelStyle) {
     ASSERT_EQ(zatOSWSetTaskPriorityWithScheduler(pthread_self(), 7, SCHED_RR), ZAT_OK);
     expect(pthread_self(), SCHED_RR, 7);
     expectCreated(ZAT_INHERIT_PRIORITY, SCHED_RR, 7);
+    expectCreated(-2, SCHED_OTHER, 0);
     expectCreatedVxv(300, SCHED_RR, 7);
     expectCreatedVxv(256, SCHED_RR, 7);
 

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <fstream>
 
 #include "osw/event_sem_private.h"
 #include "osw/worker.h"
@@ -63,8 +62,8 @@ class WaitingTask : public testing::Test {
         const zatOSWTaskInfo info = infoOf(task);
         EXPECT_EQ(info.threadId, task);
         EXPECT_NE(info.kernelTid, gettid());
-        EXPECT_EQ(zatOSWDetachTask(task), ZAT_OK);
         EXPECT_EQ(zatOSWPostEventSem(event), ZAT_OK);
+        EXPECT_EQ(zatOSWWaitTask(task, 1), ZAT_OK);
         EXPECT_TRUE(waitFor([=] { return nameOf(task).empty(); }));
         return info;
     }
@@ -111,7 +110,8 @@ TEST_F(WaitingTask, FindsItsStackCleanWhereAnotherUsedItBefore) {
     EXPECT_GT(before.stackPeak, 50000u);
     const zatOSWTaskInfo after = lookAt(startTask(taskEntry<tellAndWait>, 1, "clean", event));
     if (before.stackTop != after.stackTop) GTEST_SKIP() << "the stack was not handed out again";
-    EXPECT_LT(after.stackPeak, 30000u);
+    /* The thread library cleans all but the uppermost part of a stack that it takes back. */
+    EXPECT_LT(after.stackPeak, 12000u);
 }
 
 __attribute__((noinline)) ZatTaskId createHere(const char* name, ZatEventSem event) {
@@ -156,13 +156,6 @@ TEST_F(WaitingTask, IsNamedAfterItsCreatorOrAsAsked) {
     EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "", event)), "");
 }
 
-uint32_t addressSpaceKb() {
-    std::ifstream file("/proc/self/statm");
-    uint32_t pages = 0;
-    file >> pages;
-    return pages * 4;
-}
-
 std::atomic<uint32_t> ended;
 
 uint32_t countEnd(uint32_t, uint32_t) {
@@ -188,8 +181,7 @@ TEST(Task, LeavesNothingBehind) {
     for (int i = 0; i < cycles; ++i)
         cycle();
     EXPECT_EQ(heldMemory(), memory);
-    /* Emulated, the figure is the emulator's. */
-    EXPECT_TRUE(emulated() || addressSpaceKb() < space + 20000) << "stacks stay behind";
+    EXPECT_LT(addressSpaceKb(), space + 20000) << "stacks stay behind";
 }
 
 }  // namespace

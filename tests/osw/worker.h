@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <functional>
 #include <string>
 #include <utility>
@@ -104,6 +105,15 @@ inline std::string nameOf(ZatTaskId task) {
 inline bool isRegistered(const char* name) {
     ZatTaskId task = 0;
     return zatOSWGetTaskIdByName(&task, name) == ZAT_OK;
+}
+
+/** The size of the address space, in which stacks that nobody frees stay; 0 where it is the
+ *  emulator's. */
+inline uint32_t addressSpaceKb() {
+    std::ifstream file("/proc/self/statm");
+    uint32_t pages = 0;
+    file >> pages;
+    return emulated() ? 0 : pages * 4;
 }
 
 #endif
