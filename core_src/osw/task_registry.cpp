@@ -177,6 +177,10 @@ static void setName(OswTaskRecord& record, const char* name) {
     memcpy(record.name, name, strnlen(name, sizeof record.name));
 }
 
+static bool isNamed(const OswTaskRecord& record, const char* name) {
+    return strncmp(record.name, name, sizeof record.name) == 0;
+}
+
 static void fillInfo(zatOSWTaskInfo& info, const OswTaskRecord& record) {
     info.threadId = record.threadId;
     info.kernelTid = record.kernelTid;
@@ -234,7 +238,7 @@ ZatStatus zatOSWGetTaskIdByName(ZatTaskId* task, const char* name) {
     if (task == nullptr || name == nullptr) return ZAT_FAILED;
     OswLock lock(oswRegistryLock);
     for (const auto* record : zatWalk<OswTaskRecord>(&oswTasks)) {
-        if (strncmp(record->name, name, sizeof record->name) == 0) {
+        if (isNamed(*record, name)) {
             *task = record->threadId;
             return ZAT_OK;
         }

@@ -152,7 +152,7 @@ bool Controller::start() {
 }
 
 // The event timer's task deletes its cancel handle and ends; the event it posts must outlive it.
-void Controller::stopEventTimer() {
+void Controller::stopEventTimer() const {
     if (reportTimer_ == 0) return;
     zatOSWPostEventSem(reportTimer_);
     ZatTaskId task = 0;

@@ -41,7 +41,7 @@ class Controller {
 
     bool makeObjects();
     bool startTask(const char* name, ZatTaskEntry entry);
-    void stopEventTimer();
+    void stopEventTimer() const;
 
     static uint32_t runSampler(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                                uint32_t, uint32_t, uint32_t, uint32_t);
