@@ -30,10 +30,7 @@ ZatStatus zatOSWCreateCountSem(ZatCountSem* semaphore, uint32_t, int32_t initial
 }
 
 ZatStatus zatOSWDeleteCountSem(ZatCountSem semaphore) {
-    auto* record = oswRecord<OswCountSem>(semaphore);
-    OswSemLocks locks;
-    const ZatStatus error = oswSemEnter(record, locks);
-    return error == ZAT_OK ? oswSemDelete(record, locks) : error;
+    return oswSemDelete(oswRecord<OswCountSem>(semaphore));
 }
 
 ZatStatus oswPostCountSem(ZatHandle semaphore) {

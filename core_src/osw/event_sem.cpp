@@ -35,10 +35,7 @@ ZatStatus zatOSWCreateEventSem(ZatEventSem* event, uint32_t, uint32_t initialSta
 }
 
 ZatStatus zatOSWDeleteEventSem(ZatEventSem event) {
-    auto* record = oswRecord<OswEventSem>(event);
-    OswSemLocks locks;
-    const ZatStatus error = oswSemEnter(record, locks);
-    return error == ZAT_OK ? oswSemDelete(record, locks) : error;
+    return oswSemDelete(oswRecord<OswEventSem>(event));
 }
 
 ZatStatus zatOSWPostEventSem(ZatEventSem event) {

@@ -104,6 +104,14 @@ ZatStatus oswSemDelete(Sem* sem, OswSemLocks& locks) {
     return oswSemDestroy(sem);
 }
 
+/* Deletes a semaphore that anybody may delete. */
+template <class Sem>
+ZatStatus oswSemDelete(Sem* sem) {
+    OswSemLocks locks;
+    const ZatStatus error = oswSemEnter(sem, locks);
+    return error == ZAT_OK ? oswSemDelete(sem, locks) : error;
+}
+
 /*
  * Wakes one waiter, if there is one, and keeps newcomers back until it has run. The last step of a
  * call: the inner mutex is given up first, so that the waiter does not wake only to wait for it;

@@ -225,22 +225,22 @@ ZatStatus zatOSWStartTimer(ZatTimer timer, uint32_t intervalMs, ZatTimerCallback
     return zatOSWStartTimerEx(timer, intervalMs, callback, a1, 0, 0, 0, 0);
 }
 
-ZatStatus zatOSWStopTimer(ZatTimer timer) {
+/* Ends a countdown, once its start event has been reset or posted. */
+static ZatStatus interrupt(ZatTimer timer, ZatStatus (*treatStart)(ZatEventSem)) {
     OswLock lock;
     OswTimerRecord* record = nullptr;
     ZatStatus status = enter(timer, lock, record);
     if (status != ZAT_OK) return status;
-    status = zatOSWResetEventSem(record->startEvent);
+    status = treatStart(record->startEvent);
     return status == ZAT_OK ? zatOSWPostEventSem(record->stopEvent) : status;
 }
 
+ZatStatus zatOSWStopTimer(ZatTimer timer) {
+    return interrupt(timer, zatOSWResetEventSem);
+}
+
 ZatStatus zatOSWResetTimer(ZatTimer timer) {
-    OswLock lock;
-    OswTimerRecord* record = nullptr;
-    ZatStatus status = enter(timer, lock, record);
-    if (status != ZAT_OK) return status;
-    status = zatOSWPostEventSem(record->startEvent);
-    return status == ZAT_OK ? zatOSWPostEventSem(record->stopEvent) : status;
+    return interrupt(timer, zatOSWPostEventSem);
 }
 
 /* Joins a timer's task; a deleter that is itself deleted meanwhile leaves the task to itself. */

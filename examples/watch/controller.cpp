@@ -78,6 +78,8 @@ void Controller::report() {
         const Hold hold(mutex_);
         copy = shared_;
     }
+    // The first second may not have been closed yet when the first report is due.
+    if (copy.finished.readings == 0) copy.finished = copy.running;
     uint32_t waiting = 0;
     zatOSWQueryMsgQueue(readings_, &waiting);
     printReport(copy, waiting, queueCapacity);
