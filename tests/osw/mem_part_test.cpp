@@ -263,21 +263,24 @@ TEST_P(PartitionModels, ForetellEveryBlock) {
 
 TEST(SharedPartition, SerialisesProcesses) {
     const Partition partition;
+    constexpr uint32_t count = 3;
+    auto* ready = reinterpret_cast<uint32_t*>(partition.low(4));
+    *ready = 0;
     std::vector<pid_t> children;
-    for (uint8_t mark = 1; mark <= 3; ++mark)
+    for (uint8_t mark = 1; mark <= count; ++mark)
         children.push_back(forkChild([&] {
+            __atomic_add_fetch(ready, 1, __ATOMIC_SEQ_CST);
+            ASSERT_TRUE(waitFor([&] { return __atomic_load_n(ready, __ATOMIC_SEQ_CST) == count; }));
             std::mt19937 random(mark);
             std::vector<uint8_t*> held;
-            for (int step = 0; step < 3000 || !held.empty(); ++step) {
-                void* block = nullptr;
-                if (step < 3000 && held.size() < 8 &&
-                    zatOSWSysAllocMemPart(partition.id, &block, 1 + random() % 100) == ZAT_OK) {
-                    held.push_back(static_cast<uint8_t*>(block));
-                    memset(block, mark, sizeOf(partition.id, block));
-                } else if (!held.empty()) {
+            for (int left = 10000; left > 0 || !held.empty(); --left) {
+                if (left > 0 && held.size() < 8) {
+                    held.push_back(partition.low(1 + random() % 100));
+                    memset(held.back(), mark, sizeOf(partition.id, held.back()));
+                    std::swap(held.back(), held[random() % held.size()]);
+                } else {
                     const uint32_t size = sizeOf(partition.id, held.back());
-                    for (uint32_t i = 0; i < size; ++i)
-                        ASSERT_EQ(held.back()[i], mark);
+                    ASSERT_EQ(std::count(held.back(), held.back() + size, mark), size);
                     partition.free(held.back());
                     held.pop_back();
                 }
@@ -285,7 +288,7 @@ TEST(SharedPartition, SerialisesProcesses) {
         }));
     for (const pid_t child : children)
         EXPECT_EQ(waitForExit(child), 0);
-    EXPECT_EQ(blocksOf(partition.id).size(), 1u);
+    EXPECT_EQ(blocksOf(partition.id).size(), 2u);
     EXPECT_EQ(semctl(headOf(partition.id)->semId, 0, GETVAL), 1) << "taken as often as given back";
 }
 

@@ -35,6 +35,16 @@ extern "C" int stat(const char* path, struct stat* info) noexcept {
     return result;
 }
 
+/** Whether another process makes each directory just before the library does. */
+static bool othersAreFirst;
+
+extern "C" int mkdir(const char* path, mode_t mode) noexcept {
+    const int result = mkdirat(AT_FDCWD, path, mode);
+    if (!othersAreFirst) return result;
+    errno = EEXIST;
+    return -1;
+}
+
 namespace {
 
 std::string keyDirectory() {
@@ -111,6 +121,11 @@ TEST(KeyDirectory, IsAPrefixMadeLevelByLevelAndChosenOnce) {
     EXPECT_EQ(info.st_mode & 0777, 0666u);
     setenv("GEN_MSGQ_PATH", testing::TempDir().c_str(), 1);
     EXPECT_TRUE(isKeyedBy("other", prefix + "not-a-level-other"));
+}
+
+TEST(KeyDirectory, MayBeMadeByAnotherProcessMeanwhile) {
+    othersAreFirst = true;
+    EXPECT_TRUE(isKeyedBy("name", keyDirectory() + "name"));
 }
 
 TEST(KeyDirectory, LiesInTmpUnlessTheEnvironmentSaysOtherwise) {
