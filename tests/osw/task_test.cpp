@@ -132,6 +132,11 @@ TEST_F(WaitingTask, IsNamedAfterItsCreatorOrAsAsked) {
         const zatOSWTaskInfo info = lookAt(task);
         return std::string(info.name, strnlen(info.name, sizeof info.name));
     };
+    EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "sixteencharacter", event)),
+              "sixteencharacter");
+    EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "sixteencharacters", event)),
+              "sixteencharacter");
+    EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "", event)), "");
     /* Whether a name is what it should be around the address of code in a function. */
     const auto expectAddress = [](const std::string& name, const char* before, const char* behind,
                                   auto* function) {
@@ -144,16 +149,14 @@ TEST_F(WaitingTask, IsNamedAfterItsCreatorOrAsAsked) {
         const auto start = reinterpret_cast<uint32_t>(function);
         EXPECT_TRUE(address > start && address < start + 1000) << name << ' ' << std::hex << start;
     };
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer's backtrace begins with a frame of its own";
+#endif
     expectAddress(nameFor(createBelow(nullptr, event)), "mainThre", "", createHere);
     expectAddress(nameFor(createBelow("Thread", event)), "mainTh", "-T", createBelow);
     ZatTaskId task = 0;
     ASSERT_EQ(zatOSWSubPthreadCreate(&task, nullptr, taskEntry<tellAndWait>, event), ZAT_OK);
     EXPECT_EQ(nameFor(task).substr(0, 7), "pthread");
-    EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "sixteencharacter", event)),
-              "sixteencharacter");
-    EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "sixteencharacters", event)),
-              "sixteencharacter");
-    EXPECT_EQ(nameFor(startTask(taskEntry<tellAndWait>, 1, "", event)), "");
 }
 
 std::atomic<uint32_t> ended;
