@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -16,6 +17,16 @@
 #include "osw/mem_part.h"
 #include "osw/mem_part_private.h"
 #include "support/support.h"
+
+/** Whether a tool stands between the program and its memory, with an allocator of its own. */
+inline bool memoryIsChecked() {
+#ifdef __SANITIZE_ADDRESS__
+    return true;
+#else
+    const char* runner = std::getenv("ZATOSW_TEST_RUNNER");
+    return runner != nullptr && std::strstr(runner, "valgrind") != nullptr;
+#endif
+}
 
 struct PartBlock {
     uint32_t at;

@@ -283,15 +283,6 @@ std::optional<std::string> survive(const std::function<void()>& call) {
     return std::regex_replace(text, std::regex("func=0x[0-9a-f]+\n"), "func=F\n");
 }
 
-bool memoryIsChecked() {
-#ifdef __SANITIZE_ADDRESS__
-    return true;
-#else
-    const char* runner = getenv("ZATOSW_TEST_RUNNER");
-    return runner != nullptr && strstr(runner, "valgrind") != nullptr;
-#endif
-}
-
 #define SKIP_IF_MEMORY_IS_CHECKED() \
     if (memoryIsChecked()) GTEST_SKIP() << "the memory checker reports the store itself"
 
