@@ -18,15 +18,24 @@
 #include "osw/mem_part_private.h"
 #include "support/support.h"
 
+inline bool isRunBy(const char* tool) {
+    const char* runner = std::getenv("ZATOSW_TEST_RUNNER");
+    return runner != nullptr && std::strstr(runner, tool) != nullptr;
+}
+
 /** Whether a tool stands between the program and its memory, with an allocator of its own. */
 inline bool memoryIsChecked() {
 #ifdef __SANITIZE_ADDRESS__
     return true;
 #else
-    const char* runner = std::getenv("ZATOSW_TEST_RUNNER");
-    return runner != nullptr && std::strstr(runner, "valgrind") != nullptr;
+    return isRunBy("valgrind");
 #endif
 }
+
+/** For a test whose threads are kept apart by what the race checker does not know. */
+#define SKIP_IF_RACES_ARE_CHECKED() \
+    if (isRunBy("--tool=drd"))      \
+    GTEST_SKIP() << "the race checker knows neither atomic words nor System V semaphores"
 
 struct PartBlock {
     uint32_t at;
