@@ -3,6 +3,7 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstring>
 #include <memory>
 #include <thread>
@@ -15,19 +16,19 @@ namespace {
 class Resident {
   public:
     explicit Resident(const char* name) : worker_([this] { return stay(); }, name) {
-        EXPECT_TRUE(waitFor([this] { return peek(kernelTid) != 0; }));
+        EXPECT_TRUE(waitFor([this] { return kernelTid != 0; }));
     }
-    ~Resident() { __atomic_store_n(&released_, true, __ATOMIC_SEQ_CST); }
+    ~Resident() { released_ = true; }
 
     ZatTaskId id() const { return worker_.id(); }
-    pid_t kernelTid = 0;
+    std::atomic<pid_t> kernelTid = 0;
 
   private:
     ZatStatus stay() {
-        __atomic_store_n(&kernelTid, gettid(), __ATOMIC_SEQ_CST);
-        return waitFor([this] { return peek(released_); }) ? 0 : 1;
+        kernelTid = gettid();
+        return waitFor([this] { return released_.load(); }) ? 0 : 1;
     }
-    bool released_ = false;
+    std::atomic<bool> released_ = false;
     Worker worker_;
 };
 
