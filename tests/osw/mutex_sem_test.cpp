@@ -6,7 +6,7 @@
 #include "osw/wait_frame.h"
 
 /* The wall clock that deadlines are computed from; null for the real one. */
-static std::atomic<const timeval*> wallClock;
+static Shared<const timeval*> wallClock;
 
 extern "C" int gettimeofday(timeval* now, void*) noexcept {
     timespec time;
@@ -18,9 +18,6 @@ extern "C" int gettimeofday(timeval* now, void*) noexcept {
 
 namespace {
 
-/* Taken by the task that makes it; its memory is not from a partition. */
-struct MutexKind : SemKind<OswMutexSem, 0, zatOSWCreateMutexSem, zatOSWRequestMutexSem,
-                           zatOSWReleaseMutexSem, zatOSWDeleteMutexSem> {};
 INSTANTIATE_TYPED_TEST_SUITE_P(Mutex, WaitFrame, MutexKind);
 
 class MutexSem : public testing::Test {
@@ -31,9 +28,7 @@ class MutexSem : public testing::Test {
         EXPECT_EQ(zatOSWCreateMutexSem(&mutex, 0xFFFFFFFF, initialState), ZAT_OK);
     }
     void remove() { EXPECT_EQ(zatOSWDeleteMutexSem(mutex), ZAT_OK); }
-    bool waiters(int32_t count) {
-        return waitFor([=, this] { return peek(recordOf<OswMutexSem>(mutex).waiters) == count; });
-    }
+    bool waiters(int32_t count) { return waitersReach(recordOf<OswMutexSem>(mutex), count); }
     ZatStatus visit(ZatTimeoutMs timeoutMs) {
         const ZatStatus status = zatOSWRequestMutexSem(mutex, timeoutMs);
         return status == ZAT_OK ? zatOSWReleaseMutexSem(mutex) : status;
@@ -110,18 +105,18 @@ TEST_F(MutexSem, TheLockMonitorTellsWhomATaskWaitsFor) {
     make(0);
     for (const bool switchedOffMeanwhile : {false, true}) {
         zatOSWSetLockMonitor(7);
-        std::atomic<bool> owned{false};
-        std::atomic<bool> goOn{false};
+        Shared<bool> owned;
+        Shared<bool> goOn;
         Worker waiter([&] {
             EXPECT_EQ(zatOSWRequestMutexSem(mutex, 5000), ZAT_OK);
             owned = true;
-            EXPECT_TRUE(waitFor([&] { return goOn.load(); }));
+            EXPECT_TRUE(waitFor([&] { return bool{goOn}; }));
             return zatOSWReleaseMutexSem(mutex);
         });
         EXPECT_TRUE(waitFor([&] { return infoOf(waiter.id()).lockOwner == pthread_self(); }));
         if (switchedOffMeanwhile) zatOSWSetLockMonitor(0);
         EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK);
-        EXPECT_TRUE(waitFor([&] { return owned.load(); }));
+        EXPECT_TRUE(waitFor([&] { return bool{owned}; }));
         EXPECT_EQ(infoOf(waiter.id()).lockOwner, 0u);
         goOn = true;
         EXPECT_EQ(waiter.join(), ZAT_OK);

@@ -11,6 +11,7 @@ namespace {
 class TaskPriority : public testing::Test {
   protected:
     void SetUp() override {
+        SKIP_IF_THREADS_ARE_FOLLOWED();
         ASSERT_EQ(zatOSWInit(), ZAT_OK);
         sched_param parameters = {};
         parameters.sched_priority = 1;

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 
 #include "osw/event_sem_private.h"
@@ -57,8 +56,8 @@ class WaitingTask : public testing::Test {
 
     /* A task's figures while it waits; then lets it end. */
     zatOSWTaskInfo lookAt(ZatTaskId task) {
-        const auto& record = recordOf<OswEventSem>(event);
-        EXPECT_TRUE(waitFor([&] { return peek(record.waiters) == 1; }));
+        auto& record = recordOf<OswEventSem>(event);
+        EXPECT_TRUE(waitersReach(record, 1));
         const zatOSWTaskInfo info = infoOf(task);
         EXPECT_EQ(info.threadId, task);
         EXPECT_NE(info.kernelTid, gettid());
@@ -72,6 +71,7 @@ class WaitingTask : public testing::Test {
 };
 
 TEST_F(WaitingTask, HasTheStackThatItAskedForAndMore) {
+    SKIP_IF_THREADS_ARE_FOLLOWED();
     const auto least = static_cast<size_t>(sysconf(_SC_THREAD_STACK_MIN));
     const auto expect = [&](uint32_t asked, uint32_t requested, size_t size) {
         const auto info = lookAt(startTask(taskEntry<tellAndWait>, 1, "stack", event, 0, asked));
@@ -128,6 +128,7 @@ __attribute__((noinline)) ZatTaskId createBelow(const char* name, ZatEventSem ev
 }
 
 TEST_F(WaitingTask, IsNamedAfterItsCreatorOrAsAsked) {
+    SKIP_IF_THREADS_ARE_FOLLOWED();
     const auto nameFor = [&](ZatTaskId task) {
         const zatOSWTaskInfo info = lookAt(task);
         return std::string(info.name, strnlen(info.name, sizeof info.name));
@@ -159,13 +160,14 @@ TEST_F(WaitingTask, IsNamedAfterItsCreatorOrAsAsked) {
     EXPECT_EQ(nameFor(task).substr(0, 7), "pthread");
 }
 
-std::atomic<uint32_t> ended;
+Shared<uint32_t> ended;
 
 uint32_t countEnd(uint32_t, uint32_t) {
     return ++ended;
 }
 
 TEST(Task, LeavesNothingBehind) {
+    SKIP_IF_THREADS_ARE_FOLLOWED();
     const ZatTaskEntry entry = taskEntry<countEnd>;
     const auto cycle = [&] {
         ended = 0;

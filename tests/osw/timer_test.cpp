@@ -1,7 +1,6 @@
 #include "osw/timer.h"
 
 #include <algorithm>
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -47,8 +46,9 @@ class Timer : public testing::Test {
     }
     static bool isWaitedFor(ZatEventSem event) {
         return waitFor([=] {
-            const auto& record = recordOf<OswEventSem>(event);
-            return peek(record.waiters) == 1 && peek(record.grants) == 0;
+            auto& record = recordOf<OswEventSem>(event);
+            return peek(record, &OswEventSem::waiters) == 1 &&
+                   peek(record, &OswEventSem::handoff) == 0;
         });
     }
     bool isIdle() { return isWaitedFor(recordOf<OswTimerRecord>(timer).startEvent); }
@@ -58,7 +58,7 @@ class Timer : public testing::Test {
     ZatTimer timer = 0;
     Stopwatch stopwatch;
     std::vector<Call> calls;
-    std::atomic<int> count{0};
+    Shared<int> count;
     std::function<void()> inCallback;
 };
 
@@ -144,8 +144,8 @@ TEST_F(Timer, DeletionWaitsForItsTask) {
     EXPECT_FALSE(isRegistered("given"));
 
     ASSERT_EQ(zatOSWCreateTimer(&timer, 0), ZAT_OK);
-    std::atomic<bool> open{false};
-    inCallback = [&] { waitFor([&] { return open.load(); }); };
+    Shared<bool> open;
+    inCallback = [&] { waitFor([&] { return bool{open}; }); };
     EXPECT_EQ(start(0), ZAT_OK);
     EXPECT_TRUE(hasCalled(1));
     Worker deleter([this] { return zatOSWDeleteTimer(timer); });
@@ -165,8 +165,23 @@ TEST_F(Timer, DeletionWaitsForItsTask) {
     EXPECT_EQ(heldMemory(), memory);
 }
 
+TEST_F(Timer, WithoutItsTaskOnlyADeletionIsAnswered) {
+    SKIP_IF_THREADS_ARE_FOLLOWED();
+    ZatTaskId task = 0;
+    EXPECT_EQ(zatOSWGetTaskIdByName(&task, "mainThreOswTimer"), ZAT_OK);
+    EXPECT_EQ(zatOSWDeleteTask(task), ZAT_OK);
+    EXPECT_TRUE(waitFor([this] { return zatOSWStopTimer(timer) == ZAT_FAILED; }));
+    EXPECT_EQ(start(0), ZAT_FAILED);
+    EXPECT_EQ(zatOSWResetTimer(timer), ZAT_FAILED);
+    EXPECT_EQ(zatOSWDeleteTimer(timer), ZAT_OK);
+    EXPECT_EQ(zatOSWDeleteTimer(timer), ZAT_FAILED);
+    timer = 0;
+    EXPECT_FALSE(isRegistered("mainThreOswTimer"));
+}
+
 /* Starts, stops and resets from several tasks, then a deletion at once. */
 TEST_F(Timer, SurvivesBeingUsedFromSeveralTasks) {
+    SKIP_IF_RACES_ARE_CHECKED();
     const int rounds = emulated() ? 5 : 40;
     for (int round = 0; round < rounds; ++round) {
         std::vector<std::unique_ptr<Worker>> users;

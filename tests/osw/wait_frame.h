@@ -7,31 +7,12 @@
 #define ZATOSW_TESTS_OSW_WAIT_FRAME_H
 
 #include <errno.h>
-#include <sched.h>
 
 #include <memory>
-#include <random>
-#include <vector>
 
 #include "osw/cond_wait.h"
+#include "osw/sem_kinds.h"
 #include "osw/worker.h"
-
-template <class SemRecord, uint32_t partitionMemory, auto make, auto await, auto post, auto destroy>
-struct SemKind {
-    using Record = SemRecord;
-    static constexpr uint32_t memorySize = partitionMemory;
-
-    static ZatHandle makeBusy() {
-        ZatHandle handle = 0;
-        EXPECT_EQ(make(&handle, 0, 0), ZAT_OK);
-        return handle;
-    }
-    static ZatStatus wait(ZatHandle handle, ZatTimeoutMs timeoutMs) {
-        return await(handle, timeoutMs);
-    }
-    static ZatStatus give(ZatHandle handle) { return post(handle); }
-    static ZatStatus remove(ZatHandle handle) { return destroy(handle); }
-};
 
 template <class Kind>
 class WaitFrame : public testing::Test {
@@ -58,11 +39,9 @@ class WaitFrame : public testing::Test {
         return status;
     }
 
-    bool waiters(int32_t count) {
-        return waitFor([&] { return peek(record().waiters) == count; });
-    }
+    bool waiters(int32_t count) { return waitersReach(record(), count); }
     bool standbys(uint32_t count) {
-        return waitFor([&] { return peek(record().standbys) == count; });
+        return waitFor([&] { return peek(record(), &Kind::Record::standbys) == count; });
     }
 
     /* A waiter that is woken and cannot run on before its gate is opened. */
@@ -73,7 +52,7 @@ class WaitFrame : public testing::Test {
         });
         EXPECT_TRUE(waiters(1));
         EXPECT_EQ(give(), ZAT_OK);
-        EXPECT_TRUE(waitFor([&] { return gate.reached.load(); }));
+        EXPECT_TRUE(waitFor([&] { return bool{gate.reached}; }));
         return woken;
     }
 
@@ -166,7 +145,7 @@ TYPED_TEST_P(WaitFrame, DeletionSendsANewcomerThatStandsBackAway) {
             condWaitScript.napGate = &napGate;
             return this->wait(ZAT_FOREVER);
         });
-        EXPECT_TRUE(waitFor([&] { return napGate.reached.load(); }));
+        EXPECT_TRUE(waitFor([&] { return bool{napGate.reached}; }));
         gate.open = wokenFirst;
         if (wokenFirst) woken->join();
         EXPECT_EQ(this->remove(), ZAT_OK);
@@ -185,7 +164,7 @@ TYPED_TEST_P(WaitFrame, ADeletedWaiterIsNotCountedAnyMore) {
     Worker next([this] { return this->visit(5000); });
     EXPECT_TRUE(this->waiters(2));
     victim.remove();
-    EXPECT_EQ(peek(this->record().waiters), 1);
+    EXPECT_EQ(peek(this->record(), &TypeParam::Record::waiters), 1);
     EXPECT_EQ(this->give(), ZAT_OK);
     EXPECT_EQ(next.join(), ZAT_OK);
     EXPECT_EQ(this->wait(0), ZAT_OK);
@@ -233,62 +212,12 @@ TYPED_TEST_P(WaitFrame, IsFreedOnceWhenItAndItsWaiterAreDeletedTogether) {
     }
 }
 
-TYPED_TEST_P(WaitFrame, ServesOneAtATimeUnderStress) {
-    const uint32_t seed = testSeed();
-    const int visits = emulated() ? 100 : 1000;
-    volatile uint32_t inside = 0;
-    volatile uint32_t served = 0;
-    std::atomic<uint32_t> broken{0};
-    std::atomic<uint32_t> succeeded{0};
-    const auto visit = [&](std::minstd_rand& random, ZatTimeoutMs timeoutMs) {
-        const ZatStatus status = this->wait(timeoutMs);
-        if (status == ZAT_TIMED_OUT) return;
-        if (status != ZAT_OK || inside != 0) ++broken;
-        inside = inside + 1;
-        if (random() % 4 == 0) sched_yield();
-        inside = inside - 1;
-        served = served + 1;
-        ++succeeded;
-        if (this->give() != ZAT_OK) ++broken;
-    };
-    const auto visitor = [&](uint32_t number) {
-        return [&, number] {
-            std::minstd_rand random(seed + number);
-            static constexpr ZatTimeoutMs timeouts[] = {0, 1, 3, ZAT_FOREVER};
-            for (int i = 0; i < visits; ++i)
-                visit(random, timeouts[random() % 4]);
-            return ZatStatus{ZAT_OK};
-        };
-    };
-    EXPECT_EQ(this->give(), ZAT_OK);
-    {
-        std::vector<std::unique_ptr<Worker>> visitors;
-        for (uint32_t number = 1; number <= 3; ++number)
-            visitors.push_back(std::make_unique<Worker>(visitor(number)));
-        std::minstd_rand random(seed);
-        for (int i = 0; i < visits / 10; ++i) {
-            Worker victim([&] {
-                for (std::minstd_rand own(seed + 99);; pthread_testcancel())
-                    visit(own, ZAT_FOREVER);
-                return ZatStatus{ZAT_OK};
-            });
-            visit(random, ZAT_FOREVER);
-            zatOSWSleep(random() % 2);
-            victim.remove();
-        }
-    }
-    EXPECT_EQ(broken, 0u);
-    EXPECT_EQ(served, succeeded);
-    EXPECT_EQ(this->record().waiters, 0);
-    EXPECT_EQ(this->wait(0), ZAT_OK) << "the last visitor gave it on";
-    Worker other([this] { return this->wait(0); });
-    EXPECT_EQ(other.join(), ZAT_TIMED_OUT) << "and there is only one";
-}
-
-REGISTER_TYPED_TEST_SUITE_P(
-    WaitFrame, TimesOut, GivesNothingForAWakeUpByChanceOrSignal, AWokenWaiterWinsAgainstANewcomer,
-    DeletionSendsEveryWaiterAwayAndTheLastOneFrees, DeletionSendsANewcomerThatStandsBackAway,
-    ADeletedWaiterIsNotCountedAnyMore, AWakeUpForADeletedWaiterReachesAnother,
-    IsFreedOnceWhenItAndItsWaiterAreDeletedTogether, ServesOneAtATimeUnderStress);
+REGISTER_TYPED_TEST_SUITE_P(WaitFrame, TimesOut, GivesNothingForAWakeUpByChanceOrSignal,
+                            AWokenWaiterWinsAgainstANewcomer,
+                            DeletionSendsEveryWaiterAwayAndTheLastOneFrees,
+                            DeletionSendsANewcomerThatStandsBackAway,
+                            ADeletedWaiterIsNotCountedAnyMore,
+                            AWakeUpForADeletedWaiterReachesAnother,
+                            IsFreedOnceWhenItAndItsWaiterAreDeletedTogether);
 
 #endif

@@ -9,16 +9,52 @@
 
 #include <fstream>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <utility>
 
+#include "osw/mem_checker.h"
 #include "osw/osw.h"
 #include "support/support.h"
 
-/** A value that another thread changes. */
+/** A value that tasks share, in a way that race checkers understand. */
 template <class T>
-T peek(const T& value) {
-    return __atomic_load_n(&value, __ATOMIC_SEQ_CST);
+class Shared {
+  public:
+    Shared() = default;
+    Shared(T value) : value_(value) {}
+    operator T() const {
+        const std::lock_guard lock(mutex_);
+        return value_;
+    }
+    Shared& operator=(T value) {
+        const std::lock_guard lock(mutex_);
+        value_ = value;
+        return *this;
+    }
+    T operator++() {
+        const std::lock_guard lock(mutex_);
+        return ++value_;
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    T value_{};
+};
+
+/** What a semaphore's record holds while tasks use it. */
+template <class Record, class T>
+T peek(Record& record, T Record::*field) {
+    pthread_mutex_lock(&record.mutex);
+    const T value = record.*field;
+    pthread_mutex_unlock(&record.mutex);
+    return value;
+}
+
+/** Waits until so many tasks wait on a semaphore. */
+template <class Record>
+bool waitersReach(Record& record, int32_t count) {
+    return waitFor([&] { return peek(record, &Record::waiters) == count; });
 }
 
 /** The record behind a handle. */
@@ -30,6 +66,11 @@ Record& recordOf(ZatHandle handle) {
 inline uint32_t wordOf(const void* address) {
     return reinterpret_cast<uint32_t>(address);
 }
+
+/** For a test in which tasks are deleted, or detach themselves, while the race checker looks on. */
+#define SKIP_IF_THREADS_ARE_FOLLOWED() \
+    if (isRunBy("--tool=drd"))         \
+    GTEST_SKIP() << "the race checker does not see that a deleted task waits no more"
 
 /** The entry function of a task that uses two of its arguments. */
 template <uint32_t (*function)(uint32_t a1, uint32_t a2)>
