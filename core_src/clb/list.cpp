@@ -19,7 +19,7 @@ void zatCLBLstInit(ClbLstHead* list) {
 }
 
 void zatCLBLstAdd(ClbLstHead* list, void* node) {
-    zatListInsert(list, zatLast(list), asNode(node));
+    zatListAdd(list, asNode(node));
 }
 
 void zatCLBLstInsert(ClbLstHead* list, void* after, void* node) {

@@ -8,7 +8,8 @@
  * zatCLBLstInsert(), or by zatCLBLstConcat() or zatCLBLstExtract(). Naming a node of another list
  * corrupts both lists; nothing detects it.
  *
- * No call locks, blocks, allocates or reports an error: callers serialise the access to a list.
+ * No call locks, blocks, allocates or reports an error, only zatCLBLstFree() frees memory:
+ * callers serialise the access to a list.
  * Positions are counted from 1 at the first node.
  */
 #ifndef ZATOSW_CLB_LIST_H

@@ -15,6 +15,21 @@ void zatListInit(Head* list) {
     *list = {};
 }
 
+/** Not an insertion behind the last node: what that node's next word says does not count. */
+template <typename Head, typename Node>
+void zatListAdd(Head* list, Node* node) {
+    Node* last = zatLast(list);
+    node->next = {};
+    zatLinkTo(node, node->prev, last);
+    if (last != nullptr) {
+        zatLinkTo(last, last->next, node);
+    } else {
+        zatLinkTo(list, list->first, node);
+    }
+    zatLinkTo(list, list->last, node);
+    ++list->count;
+}
+
 template <typename Head, typename Node>
 void zatListInsert(Head* list, Node* after, Node* node) {
     Node* next = after == nullptr ? zatFirst(list) : zatNext(after);

@@ -19,7 +19,7 @@ void zatCLBLstSInit(ClbLstSHead* list) {
 }
 
 void zatCLBLstSAdd(ClbLstSHead* list, void* node) {
-    zatListInsert(list, zatLast(list), asNode(node));
+    zatListAdd(list, asNode(node));
 }
 
 void zatCLBLstSInsert(ClbLstSHead* list, void* after, void* node) {

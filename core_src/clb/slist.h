@@ -13,7 +13,8 @@
  * zatCLBLstSGet() followed by zatCLBLstSAdd() or zatCLBLstSInsert(), or by zatCLBLstSConcat() or
  * zatCLBLstSExtract(). Naming a node of another list corrupts both lists; nothing detects it.
  *
- * No call locks, blocks, allocates or reports an error: callers serialise the access to a list,
+ * No call locks, blocks, allocates or reports an error, only zatCLBLstSFree() frees memory:
+ * callers serialise the access to a list,
  * between processes, too. Positions are counted from 1 at the first node.
  */
 #ifndef ZATOSW_CLB_SLIST_H

@@ -18,6 +18,11 @@ static bool oswWaitMark(const OswCountSem*) {
     return false;
 }
 
+/* Units that nobody is woken for, because a task came to wait while those before it were woken. */
+static bool oswHasMore(const OswCountSem& semaphore) {
+    return semaphore.count > static_cast<int32_t>(semaphore.waiting.grants);
+}
+
 static void consume(OswCountSem& semaphore) {
     semaphore.count -= 1;
 }
@@ -37,7 +42,8 @@ ZatStatus oswPostCountSem(ZatHandle semaphore) {
     auto* record = oswRecord<OswCountSem>(semaphore);
     OswSemLocks locks;
     if (const ZatStatus error = oswSemEnter(record, locks); error != ZAT_OK) return error;
-    record->count += 1;
+    /* No upper bound: it wraps. */
+    record->count = static_cast<int32_t>(static_cast<uint32_t>(record->count) + 1);
     return record->count > 0 ? oswSemWakeOne(*record, locks) : ZatStatus{ZAT_OK};
 }
 

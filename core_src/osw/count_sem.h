@@ -58,6 +58,8 @@ ZATOSW_API ZatStatus zatOSWPostCountSem(ZatCountSem semaphore);
  * Takes one unit, waiting for it at most a given time.
  *
  * Takes an available unit at once, unless others wait already: then the caller queues behind them.
+ * While a task that a post has woken has not run yet, the caller looks again every millisecond,
+ * whatever its time-out.
  *
  * @param semaphore  handle from zatOSWCreateCountSem()
  * @param timeoutMs  milliseconds to wait; 0 = do not wait, ZAT_FOREVER = no limit

@@ -7,6 +7,7 @@
 
 #include "clb/list.h"
 #include "osw/lock_private.h"
+#include "osw/sem_grants_private.h"
 #include "osw/types.h"
 
 struct OswCountSem {
@@ -18,7 +19,7 @@ struct OswCountSem {
     pthread_cond_t cond;
     pthread_mutex_t mutex;
     /* Not part of the described record: */
-    uint32_t grants;
+    OswWaiting waiting;
     uint32_t standbys;
 };
 

@@ -18,6 +18,10 @@ static bool oswWaitMark(const OswEventSem*) {
     return false;
 }
 
+static bool oswHasMore(const OswEventSem&) {
+    return false;
+}
+
 /* A reset clears it under the list lock alone, a waiter under the internal mutex alone. */
 static void setSignalled(OswEventSem& event, uint32_t signalled) {
     __atomic_store_n(&event.signalled, signalled, __ATOMIC_RELAXED);
@@ -77,7 +81,5 @@ ZatStatus zatOSWWaitAllEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs) {
     OswSemLocks locks;
     if (const ZatStatus error = oswSemEnter(record, locks); error != ZAT_OK) return error;
     if (timeoutMs == 0) return ZAT_TIMED_OUT;
-    /* A wake-up that is on its way is not the next one. */
-    if (const ZatStatus error = oswSemStandBack(record, locks); error != ZAT_OK) return error;
     return oswSemAwait(record, locks, timeoutMs, OswHandoff::Keep, consume);
 }

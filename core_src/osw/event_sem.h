@@ -75,6 +75,8 @@ ZATOSW_API ZatStatus zatOSWFlushEventSem(ZatEventSem event);
  * Waits for a post, or a flush, and consumes the post.
  *
  * Takes a pending post at once, unless others wait already: then the caller queues behind them.
+ * While a task that a post has woken has not run yet, the caller looks again every millisecond,
+ * whatever its time-out.
  *
  * @param event      handle from zatOSWCreateEventSem()
  * @param timeoutMs  milliseconds to wait; 0 = do not wait, ZAT_FOREVER = no limit
@@ -89,7 +91,7 @@ ZATOSW_API ZatStatus zatOSWFlushEventSem(ZatEventSem event);
 ZATOSW_API ZatStatus zatOSWWaitEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs);
 
 /** Waits for the next post or flush, whatever is pending; otherwise as zatOSWWaitEventSem(). With
- *  timeoutMs 0 it always returns ZAT_TIMED_OUT. */
+ *  timeoutMs 0 it never waits, and so is never posted in time. */
 ZATOSW_API ZatStatus zatOSWWaitAllEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs);
 
 ZATOSW_END_DECLS

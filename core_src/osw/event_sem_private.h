@@ -6,6 +6,7 @@
 #include <stddef.h>
 
 #include "clb/list.h"
+#include "osw/sem_grants_private.h"
 #include "osw/types.h"
 
 struct OswEventSem {
@@ -17,7 +18,7 @@ struct OswEventSem {
     pthread_cond_t cond;
     pthread_mutex_t mutex;
     /* Not part of the described record: */
-    uint32_t grants;
+    OswWaiting waiting;
     uint32_t standbys;
 };
 

@@ -58,11 +58,13 @@ ZATOSW_API ZatStatus zatOSWDeleteMsgQueue(ZatMsgQueue queue);
  *
  * @return ZAT_OK         sent
  * @return ZAT_TIMED_OUT  no slot in time, or none free and timeoutMs is 0
- * @return ZAT_FAILED     longer than the message size, or the queue was deleted meanwhile
+ * @return ZAT_FAILED     longer than the message size, queue is 0, message is null though
+ *                        lengthBytes is not 0, or the queue was deleted meanwhile
  * @return a status of zatOSWOrgAllocMemPart() when the queue cannot grow; nothing is sent
  * @return a POSIX error number of the thread library, unchanged
  *
- * Blocks. May be called from any task; a task deleted while it waits sends nothing.
+ * Blocks; time-outs are those of zatOSWWaitCountSem(). May be called from any task; a task deleted
+ * while it waits sends nothing.
  */
 ZATOSW_API ZatStatus zatOSWSendMsgQueue(ZatMsgQueue queue, const void* message,
                                         uint32_t lengthBytes, ZatTimeoutMs timeoutMs,
@@ -80,10 +82,12 @@ ZATOSW_API ZatStatus zatOSWSendMsgQueue(ZatMsgQueue queue, const void* message,
  *
  * @return ZAT_OK         buffer holds the message
  * @return ZAT_TIMED_OUT  no message in time, or none there and timeoutMs is 0
- * @return ZAT_FAILED     unknown queue, or deleted meanwhile
+ * @return ZAT_FAILED     unknown queue, or deleted meanwhile; buffer is null though bufferBytes is
+ *                        not 0
  * @return a POSIX error number of the thread library, unchanged
  *
- * Blocks. May be called from any task; a task deleted while it waits takes nothing.
+ * Blocks; time-outs are those of zatOSWWaitCountSem(). May be called from any task; a task deleted
+ * while it waits takes nothing.
  */
 ZATOSW_API ZatStatus zatOSWReceiveMsgQueue(ZatMsgQueue queue, void* buffer, uint32_t bufferBytes,
                                            ZatTimeoutMs timeoutMs);

@@ -23,6 +23,10 @@ static OswLockMonitorMark oswWaitMark(const OswMutexSem* mutex) {
     return OswLockMonitorMark(&mutex->owner);
 }
 
+static bool oswHasMore(const OswMutexSem&) {
+    return false;
+}
+
 /* Reports read the owner of a mutex without its lock. */
 static void setOwner(OswMutexSem& mutex, uint32_t owner) {
     __atomic_store_n(&mutex.owner, owner, __ATOMIC_RELAXED);
@@ -35,6 +39,7 @@ static bool isTaken(const OswMutexSem& mutex) {
 ZatStatus zatOSWCreateMutexSem(ZatMutexSem* mutex, uint32_t, uint32_t initialState) {
     if (const ZatStatus status = zatOSWInit(); status != ZAT_OK) return status;
     if (mutex == nullptr) return ZAT_FAILED;
+    const OswKeepErrno keepErrno;
     auto* record = static_cast<OswMutexSem*>(malloc(sizeof(OswMutexSem)));
     /* Success without a handle: callers check the handle. */
     if (record == nullptr) return ZAT_OK;

@@ -54,7 +54,7 @@ ZATOSW_API ZatStatus zatOSWDeleteMutexSem(ZatMutexSem mutex);
  * @param timeoutMs  milliseconds to wait; 0 = do not wait, ZAT_FOREVER = no limit
  *
  * @return ZAT_OK         the caller owns the mutex
- * @return ZAT_TIMED_OUT  not free in time, or taken and timeoutMs is 0
+ * @return ZAT_TIMED_OUT  not free in time; with timeoutMs 0, taken or others wait for it already
  * @return ZAT_FAILED     the mutex is, or was meanwhile, deleted
  * @return a POSIX error number of the thread library, unchanged
  *

@@ -6,6 +6,7 @@
 #include <stddef.h>
 
 #include "clb/list.h"
+#include "osw/sem_grants_private.h"
 #include "osw/types.h"
 
 struct OswMutexSem {
@@ -18,7 +19,7 @@ struct OswMutexSem {
     pthread_cond_t cond;
     pthread_mutex_t mutex; /* guards valid to count, and the words below */
     /* Not part of the described record: */
-    uint32_t grants;
+    OswWaiting waiting;
     uint32_t standbys;
 };
 

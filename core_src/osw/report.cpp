@@ -12,6 +12,7 @@
 #include <algorithm>
 
 #include "osw/errno_private.h"
+#include "osw/lock_private.h"
 
 static constexpr uint32_t textSize = 1280;
 static constexpr uint32_t dumpBytesPerLine = 16;
@@ -19,6 +20,8 @@ static constexpr uint32_t dumpBytesPerLine = 16;
 void oswReport(uint32_t type, const char* format, ...) {
     (void)type;
     const OswKeepErrno keepErrno;
+    /* What has been done is reported, also by a task that is deleted meanwhile. */
+    const OswUncancellable uncancellable;
     char text[textSize];
     va_list arguments;
     va_start(arguments, format);

@@ -1,20 +1,20 @@
 /*
  * What mutex, event and counting semaphores share: how they are entered, waited on and deleted.
  *
- * A record begins with links, valid, handoff and waiters and ends with cond, mutex, grants and
+ * A record begins with links, valid, handoff and waiters and ends with cond, mutex, waiting and
  * standbys; its kind's list lock is taken before its internal mutex. A waiter gives the list lock
  * up while it sleeps, so a semaphore may be deleted meanwhile: the delete then only marks it
  * invalid and wakes everybody, and the last one to leave destroys it. Whether a waiter is the last,
  * and whether the semaphore is deleted, is decided while the internal mutex is held; a waiter that
  * is not the last does not touch the record again.
  *
- * grants counts the wake-ups sent to waiters and not taken yet, so that a condition variable that
- * wakes by itself neither makes an owner nor a unit. Newcomers stand back while there are any: a
- * wake-up belongs to those who waited when it was sent. standbys counts them, for they will come
- * again.
+ * A condition variable may wake by itself, so wake-ups are counted as grants
+ * (sem_grants_private.h): a waiter that finds none for it sleeps on. standbys counts the newcomers
+ * that stand back for a woken waiter and will come again.
  *
- * Each kind offers oswKindOf(record), oswReleaseRecord(record), and oswWaitMark(record): what is to
- * be noted for as long as a task sleeps on it.
+ * Each kind offers oswKindOf(record), oswReleaseRecord(record), oswWaitMark(record): what is to be
+ * noted for as long as a task sleeps on it, and oswHasMore(record): whether there is more to take
+ * than is granted.
  */
 #ifndef ZATOSW_OSW_SEM_PRIVATE_H
 #define ZATOSW_OSW_SEM_PRIVATE_H
@@ -22,13 +22,13 @@
 #include <pthread.h>
 #include <time.h>
 
-#include <algorithm>
-
+#include "osw/errno_private.h"
 #include "osw/handle_private.h"
 #include "osw/init.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
 #include "osw/objects_private.h"
+#include "osw/sem_grants_private.h"
 
 /* The two locks of a semaphore, in their order; given back in the reverse order. */
 struct OswSemLocks {
@@ -62,7 +62,7 @@ ZatStatus oswSemPublish(Sem* sem, ZatHandle* handle) {
     sem->valid = 1;
     sem->handoff = 0;
     sem->waiters = 0;
-    sem->grants = 0;
+    sem->waiting = {};
     sem->standbys = 0;
     pthread_cond_init(&sem->cond, nullptr);
     pthread_mutex_init(&sem->mutex, nullptr);
@@ -121,7 +121,7 @@ template <class Sem>
 ZatStatus oswSemWakeOne(Sem& sem, OswSemLocks& locks) {
     if (sem.waiters == 0) return ZAT_OK;
     sem.handoff = 1;
-    sem.grants = std::min(sem.grants + 1, static_cast<uint32_t>(sem.waiters));
+    oswGrantOne(sem.waiting);
     locks.inner.release();
     return static_cast<ZatStatus>(pthread_cond_signal(&sem.cond));
 }
@@ -129,7 +129,7 @@ ZatStatus oswSemWakeOne(Sem& sem, OswSemLocks& locks) {
 /* Wakes every waiter; otherwise the same. */
 template <class Sem>
 ZatStatus oswSemWakeAll(Sem& sem, OswSemLocks& locks) {
-    sem.grants = static_cast<uint32_t>(sem.waiters);
+    oswGrantAll(sem.waiting);
     locks.inner.release();
     return static_cast<ZatStatus>(pthread_cond_broadcast(&sem.cond));
 }
@@ -184,10 +184,12 @@ class OswStandby {
     OswSemLocks& locks_;
 };
 
-/* Lets the waiters that are woken go first. Comes back with both locks, or the error. */
+/* Lets the waiter that is woken go first. A mark that outlived its waiter holds nobody up. Comes
+ * back with both locks, or the error. */
 template <class Sem>
 ZatStatus oswSemStandBack(Sem* sem, OswSemLocks& locks) {
-    while (sem->grants > 0) {
+    const OswKeepErrno keepErrno;
+    while (sem->handoff != 0 && sem->waiting.grants > 0) {
         OswStandby<Sem> standby(sem, locks);
         static constexpr timespec pause = {0, 1000000};
         nanosleep(&pause, nullptr);
@@ -206,6 +208,7 @@ class OswWaiter {
     OswWaiter(Sem* sem, OswSemLocks& locks, OswHandoff handoff)
         : sem_(sem), locks_(locks), handoff_(handoff) {
         ++sem_->waiters;
+        oswJoinWaiting(sem_->waiting, place_);
         locks_.list.release();
     }
     OswWaiter(const OswWaiter&) = delete;
@@ -220,14 +223,10 @@ class OswWaiter {
         [[maybe_unused]] const auto mark = oswWaitMark(sem_);
         timespec deadline;
         if (timeoutMs != ZAT_FOREVER) deadline = oswDeadline(timeoutMs);
-        while (sem_->grants == 0 && sem_->valid) {
+        while (sem_->valid && !(woken_ = oswTakeGrant(sem_->waiting, place_))) {
             const ZatStatus error = oswCondWait(sem_->cond, sem_->mutex,
                                                 timeoutMs == ZAT_FOREVER ? nullptr : &deadline);
             if (error != ZAT_OK) return error;
-        }
-        if (sem_->grants > 0) {
-            --sem_->grants;
-            woken_ = true;
         }
         return ZAT_OK;
     }
@@ -235,25 +234,26 @@ class OswWaiter {
     ZatStatus leave(ZatStatus result) {
         Sem* sem = sem_;
         sem_ = nullptr;
-        --sem->waiters;
         const uint32_t handoff = sem->handoff;
+        --sem->waiters;
+        oswLeaveWaiting(sem->waiting, place_);
         if (handoff_ == OswHandoff::Clear || sem->waiters == 0) sem->handoff = 0;
-        if (!woken_ && passOn(*sem)) sem->handoff = handoff;
+        if (woken_ && oswHasMore(*sem) && oswGrantOne(sem->waiting)) {
+            sem->handoff = 1;
+            pthread_cond_broadcast(&sem->cond);
+        } else if (!woken_ && sem->waiting.grants > 0) {
+            /* A wake-up that this waiter did not take is somebody else's now. */
+            sem->handoff = handoff;
+            pthread_cond_broadcast(&sem->cond);
+        }
         return oswSemLeave(sem, locks_, result);
     }
 
   private:
-    /* A wake-up that this waiter did not take belongs to the others: whether there is one. */
-    static bool passOn(Sem& sem) {
-        sem.grants = std::min(sem.grants, static_cast<uint32_t>(sem.waiters));
-        if (sem.grants == 0) return false;
-        pthread_cond_signal(&sem.cond);
-        return true;
-    }
-
     Sem* sem_;
     OswSemLocks& locks_;
     const OswHandoff handoff_;
+    OswWaitingPlace place_ = {};
     bool woken_ = false;
 };
 
@@ -278,9 +278,9 @@ ZatStatus oswSemWait(Sem* sem, ZatTimeoutMs timeoutMs, TryNow tryNow, Consume co
     OswSemLocks locks;
     ZatStatus status = oswSemEnter(sem, locks);
     if (status != ZAT_OK) return status;
-    if (sem->grants == 0 && tryNow(*sem)) return ZAT_OK;
+    if (sem->handoff == 0 && tryNow(*sem)) return ZAT_OK;
     held.release();
-    if (sem->grants > 0) {
+    if (sem->handoff != 0) {
         status = oswSemStandBack(sem, locks);
         if (status != ZAT_OK) return status;
         if (tryNow(*sem)) return ZAT_OK;

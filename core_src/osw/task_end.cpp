@@ -44,8 +44,6 @@ static StackWarning checkStack(OswTaskRecord& record) {
 /* Without a lock: what takes the report may need one. */
 static void report(const StackWarning& warning) {
     if (!warning.due) return;
-    /* A task that deletes itself still has this to say. */
-    const OswUncancellable uncancellable;
     oswReport(OSW_REPORT_WARNING,
               "<Warning>:StackOverflow:taskid=%lu(%s) size=%lu peak=%lu(%3d%%)\n",
               static_cast<unsigned long>(warning.task), warning.name,
