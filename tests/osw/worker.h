@@ -21,8 +21,7 @@
 template <class T>
 class Shared {
   public:
-    Shared() = default;
-    Shared(T value) : value_(value) {}
+    /* NOLINTNEXTLINE(google-explicit-constructor): it stands for its value. */
     operator T() const {
         const std::lock_guard lock(mutex_);
         return value_;
