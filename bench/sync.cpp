@@ -80,6 +80,7 @@ struct Echo {
     Semaphore pong;
     bool stop = false;
     std::thread thread{[this] {
+        benchStayOn(1);
         for (ping.wait(); !stop; ping.wait())
             pong.post();
     }};
@@ -136,6 +137,7 @@ struct FloorEvent : FloorSem {
 
 template <class Peer>
 static void roundTrips(benchmark::State& state) {
+    benchStayOn(0);
     Echo<OurEvent> ours;
     Echo<Peer> peer;
     benchPair(

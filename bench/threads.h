@@ -3,10 +3,22 @@
 #define ZATOSW_BENCH_THREADS_H
 
 #include <pthread.h>
+#include <sched.h>
+#include <unistd.h>
 
 #include <functional>
 #include <thread>
 #include <vector>
+
+/* Keeps the calling thread on one processor: where the scheduler puts two threads that wake each
+ * other matters more than what they wake each other with. */
+inline void benchStayOn(int processor) {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(static_cast<unsigned>(processor) % static_cast<unsigned>(sysconf(_SC_NPROCESSORS_ONLN)),
+            &set);
+    sched_setaffinity(0, sizeof set, &set);
+}
 
 class BenchThreads {
   public:
@@ -14,7 +26,10 @@ class BenchThreads {
         pthread_barrier_init(&begin_, nullptr, static_cast<unsigned>(count + 1));
         pthread_barrier_init(&end_, nullptr, static_cast<unsigned>(count + 1));
         for (int i = 0; i < count; ++i)
-            threads_.emplace_back([this] { loop(); });
+            threads_.emplace_back([this, i] {
+                benchStayOn(i);
+                loop();
+            });
     }
     ~BenchThreads() {
         operations_ = 0;
