@@ -52,5 +52,6 @@ int main(int count, char** words) {
         if (running) waitForStop(signals, options.seconds);
     }
     zatOSWTerm();
+    if (running) printf("Stopped; everything that was made is deleted.\n");
     return running ? 0 : 1;
 }
