@@ -39,6 +39,11 @@ extern "C" int semop(int set, sembuf* operations, size_t count) {
 
 namespace {
 
+/** The value of a partition's semaphore: 1 when nobody holds it; -1 when it is gone. */
+int semaphoreOf(const MemPartHead& head) {
+    return semctl(head.semId, 0, GETVAL);
+}
+
 /** A partition in memory that related processes share. */
 class Partition {
   public:
@@ -151,7 +156,7 @@ TEST(DeletePartition, RemovesTheSemaphoreOnlySoThatCallsDoNothing) {
     uint8_t* block = partition.low(8);
     const MemPartHead before = *headOf(partition.id);
     EXPECT_EQ(zatOSWDeleteMemPart(partition.id), ZAT_OK);
-    EXPECT_EQ(semctl(before.semId, 0, GETVAL), -1);
+    EXPECT_EQ(semaphoreOf(before), -1);
     EXPECT_EQ(zatOSWDeleteMemPart(partition.id), ZAT_FAILED);
     EXPECT_EQ(zatOSWDeleteMemPart(0), ZAT_FAILED);
     EXPECT_EQ(zatOSWSysFreeMemPart(partition.id, block), ZAT_OK);
@@ -289,7 +294,7 @@ TEST(SharedPartition, SerialisesProcesses) {
     for (const pid_t child : children)
         EXPECT_EQ(waitForExit(child), 0);
     EXPECT_EQ(blocksOf(partition.id).size(), 2u);
-    EXPECT_EQ(semctl(headOf(partition.id)->semId, 0, GETVAL), 1) << "taken as often as given back";
+    EXPECT_EQ(semaphoreOf(*headOf(partition.id)), 1) << "taken as often as given back";
 }
 
 TEST(SharedPartition, IsGivenBackWhenItsHolderIsKilled) {
@@ -307,10 +312,10 @@ TEST(SharedPartition, IsGivenBackWhenItsHolderIsKilled) {
     });
     char byte;
     ASSERT_EQ(read(ends[0], &byte, 1), 1);
-    ASSERT_EQ(semctl(headOf(partition.id)->semId, 0, GETVAL), 0);
+    ASSERT_EQ(semaphoreOf(*headOf(partition.id)), 0);
     ASSERT_EQ(kill(child, SIGKILL), 0);
     ASSERT_EQ(waitForExit(child), 128 + SIGKILL);
-    ASSERT_EQ(semctl(headOf(partition.id)->semId, 0, GETVAL), 1);
+    ASSERT_EQ(semaphoreOf(*headOf(partition.id)), 1);
     EXPECT_NE(partition.low(8), nullptr);
 }
 
@@ -319,7 +324,7 @@ TEST(SharedPartition, IsTakenAgainAfterASignal) {
     operationsToInterrupt = 3;
     EXPECT_NE(partition.low(8), nullptr);
     EXPECT_EQ(operationsToInterrupt, 0);
-    EXPECT_EQ(semctl(headOf(partition.id)->semId, 0, GETVAL), 1);
+    EXPECT_EQ(semaphoreOf(*headOf(partition.id)), 1);
 }
 
 }  // namespace
