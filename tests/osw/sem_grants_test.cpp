@@ -2,6 +2,7 @@
  * @file
  * Whom a wake-up is for: random arrivals, wake-ups and departures against a plain model.
  */
+/* The source itself: the library does not export it. NOLINTNEXTLINE(bugprone-suspicious-include) */
 #include "osw/sem_grants.cpp"
 
 #include <gtest/gtest.h>
@@ -42,7 +43,7 @@ class Waiters {
         std::shuffle(order.begin(), order.end(), random);
         for (const size_t i : order)
             EXPECT_TRUE(oswTakeGrant(waiting, places_[i]->place)) << "the flush was for all";
-        while (places_.size() > 0)
+        while (!places_.empty())
             leave(0);
         EXPECT_EQ(waiting.grants, 0u);
     }
