@@ -6,7 +6,7 @@
 #define ZATOSW_H
 
 #include "clb/clb.h"
-#include "osw/ipc/key.h"
+#include "osw/ipc/ipc.h"
 #include "osw/osw.h"
 
 #endif

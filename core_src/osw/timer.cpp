@@ -72,6 +72,14 @@ static OswTimerRecord* findTimer(ZatTimer handle) {
     return nullptr;
 }
 
+/* The same for the timer's task, which may be left over from a timer at the same address whose
+ * deletion was itself cut short. */
+static OswTimerRecord* findOwnTimer(ZatTimer handle, OswLock& lock) {
+    if (lock.take(timerLock) != ZAT_OK) return nullptr;
+    OswTimerRecord* timer = findTimer(handle);
+    return timer != nullptr && timer->threadId == oswSelf() ? timer : nullptr;
+}
+
 struct Countdown {
     uint32_t interval;
     ZatTimerCallback callback;
@@ -81,12 +89,23 @@ struct Countdown {
 /* What the timer was started with; false when it is being deleted. */
 static bool readCountdown(ZatTimer handle, Countdown& countdown) {
     OswLock lock;
-    if (lock.take(timerLock) != ZAT_OK) return false;
-    const OswTimerRecord* timer = findTimer(handle);
-    /* A later timer may have the address of one whose deletion was itself cut short. */
-    if (timer == nullptr || timer->threadId != oswSelf()) return false;
+    OswTimerRecord* timer = findOwnTimer(handle, lock);
+    if (timer == nullptr) return false;
+    timer->counting = 1;
     countdown = {timer->interval, timer->callback, timer->words};
     return true;
+}
+
+/* Whether a countdown that has run out is to call: a stop may have come in the last moment, whose
+ * event nobody has consumed then. */
+static bool endCountdown(ZatTimer handle, const TimerEvents& events, bool consumedStop) {
+    OswLock lock;
+    OswTimerRecord* timer = findOwnTimer(handle, lock);
+    if (timer == nullptr) return false;
+    const bool wasStopped = timer->stopping != 0;
+    timer->counting = timer->stopping = 0;
+    if (wasStopped && !consumedStop) zatOSWResetEventSem(events.stop());
+    return !wasStopped && !consumedStop;
 }
 
 /* Runs armed countdowns until one is stopped; whether the timer lives on. */
@@ -95,8 +114,9 @@ static bool countDown(ZatTimer handle, const TimerEvents& events) {
         Countdown countdown;
         if (!readCountdown(handle, countdown)) return false;
         const ZatStatus stopped = zatOSWWaitEventSem(events.stop(), countdown.interval);
-        if (stopped == ZAT_OK) return zatOSWWaitEventSem(events.exit(), 0) == ZAT_TIMED_OUT;
-        if (stopped != ZAT_TIMED_OUT) return false;
+        if (stopped != ZAT_OK && stopped != ZAT_TIMED_OUT) return false;
+        if (!endCountdown(handle, events, stopped == ZAT_OK))
+            return zatOSWWaitEventSem(events.exit(), 0) == ZAT_TIMED_OUT;
         const uint32_t* a = countdown.words.word;
         countdown.callback(handle, a[0], a[1], a[2], a[3], a[4]);
         if (zatOSWWaitEventSem(events.start(), ZAT_FOREVER) != ZAT_OK) return false;
@@ -114,9 +134,9 @@ class TimerTaskEnd {
     TimerTaskEnd(const TimerTaskEnd&) = delete;
     TimerTaskEnd& operator=(const TimerTaskEnd&) = delete;
     ~TimerTaskEnd() {
-        OswLock lock(timerLock);
-        OswTimerRecord* timer = findTimer(handle_);
-        if (timer == nullptr || timer->threadId != oswSelf()) return;
+        OswLock lock;
+        OswTimerRecord* timer = findOwnTimer(handle_, lock);
+        if (timer == nullptr) return;
         timer->startEvent = timer->stopEvent = timer->exitEvent = 0;
     }
 
@@ -216,7 +236,8 @@ ZatStatus zatOSWStartTimerEx(ZatTimer timer, uint32_t intervalMs, ZatTimerCallba
     record->interval = intervalMs;
     record->callback = callback;
     record->words = {{a1, a2, a3, a4, a5}};
-    status = zatOSWResetEventSem(record->stopEvent);
+    /* A stop that a running countdown has not seen yet is not forgotten. */
+    if (record->stopping == 0) status = zatOSWResetEventSem(record->stopEvent);
     return status == ZAT_OK ? zatOSWPostEventSem(record->startEvent) : status;
 }
 
@@ -232,6 +253,7 @@ static ZatStatus interrupt(ZatTimer timer, ZatStatus (*treatStart)(ZatEventSem))
     ZatStatus status = enter(timer, lock, record);
     if (status != ZAT_OK) return status;
     status = treatStart(record->startEvent);
+    record->stopping = record->counting;
     return status == ZAT_OK ? zatOSWPostEventSem(record->stopEvent) : status;
 }
 

@@ -24,6 +24,10 @@ typedef ZatHandle ZatTimer;    /**< A callback timer; see timer.h. */
 typedef ZatHandle
     ZatPartition; /**< A memory partition: the address of its header; see mem_part.h. */
 
+/** An object that processes share by name, or a process-local one that was created without a name;
+ *  good in the process that created it. See ipc/. */
+typedef ZatHandle ZatIpcHandle;
+
 /** A time-out in milliseconds: 0 does not wait, ZAT_FOREVER waits without limit. */
 typedef uint32_t ZatTimeoutMs;
 

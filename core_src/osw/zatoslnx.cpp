@@ -15,6 +15,7 @@
 
 #include "osw/event_sem.h"
 #include "osw/init.h"
+#include "osw/ipc/ipc_init.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part_private.h"
 #include "osw/objects_private.h"
@@ -73,11 +74,13 @@ static OswTaskRecord* registerMainTask() {
 /* The layers above the core, in the order in which they come up: each joins here when it lands,
  * the inter-process layer first, then the trace. */
 static ZatStatus startLayers() {
-    return ZAT_OK;
+    return zatOSWIpcInit();
 }
 
 /* And the way down: the inter-process layer. */
-static void stopLayers() {}
+static void stopLayers() {
+    zatOSWIpcTerm();
+}
 
 static ZatStatus bringUp() {
     if (const ZatStatus status = createKindLocks(); status != ZAT_OK) return status;

@@ -13,6 +13,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -116,7 +117,7 @@ static ZatStatus moveAside(const KeyPath& path) {
 }
 
 /* Makes the key file until it has an inode that is free to use as a key. */
-static ZatStatus createKey(const KeyPath& path, uint32_t& key) {
+static ZatStatus createFile(const KeyPath& path, uint32_t& key) {
     for (;;) {
         const int file = open(path.text, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
         if (file < 0) return ZAT_IPC_KEY_CREATE_FAILED;
@@ -133,13 +134,20 @@ static ZatStatus createKey(const KeyPath& path, uint32_t& key) {
     }
 }
 
-ZatStatus zatOSWIpcGetServerIpcKey(const char* name, uint32_t, uint32_t* key) {
-    if (key == nullptr) return ZAT_FAILED;
+/* The same, but a failure leaves no file. */
+static ZatStatus createKey(const KeyPath& path, uint32_t& key) {
+    const ZatStatus status = createFile(path, key);
+    if (status != ZAT_OK) unlink(path.text);
+    return status;
+}
+
+ZatStatus oswIpcFindKey(const char* name, uint32_t* key, bool* created) {
     const OswUncancellable uncancellable;
     const OswKeepErrno keepErrno;
     KeyPath path;
     if (const ZatStatus status = makePath(name, path); status != ZAT_OK) return status;
     uint32_t found = 0;
+    *created = false;
     if (statKey(path, found)) {
         if (!isReserved(found)) {
             *key = found;
@@ -150,8 +158,44 @@ ZatStatus zatOSWIpcGetServerIpcKey(const char* name, uint32_t, uint32_t* key) {
         return ZAT_IPC_KEY_STAT_FAILED;
     }
     const ZatStatus status = createKey(path, found);
+    *created = true;
     if (status == ZAT_OK) *key = found;
     return status;
+}
+
+ZatStatus zatOSWIpcGetServerIpcKey(const char* name, uint32_t, uint32_t* key) {
+    if (key == nullptr) return ZAT_FAILED;
+    bool created = false;
+    return oswIpcFindKey(name, key, &created);
+}
+
+bool oswIpcKeyIsCurrent(const char* name, uint32_t key) {
+    const OswKeepErrno keepErrno;
+    KeyPath path;
+    uint32_t found = 0;
+    return makePath(name, path) == ZAT_OK && statKey(path, found) && found == key;
+}
+
+IpcKeyFileLock::IpcKeyFileLock(const char* name) {
+    const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
+    KeyPath path;
+    if (makePath(name, path) != ZAT_OK) return;
+    const int file = open(path.text, O_RDWR | O_CLOEXEC);
+    if (file < 0) return;
+    int locked = flock(file, LOCK_EX);
+    while (locked != 0 && errno == EINTR)
+        locked = flock(file, LOCK_EX);
+    if (locked == 0)
+        file_ = file;
+    else
+        close(file);
+}
+
+IpcKeyFileLock::~IpcKeyFileLock() {
+    const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
+    if (file_ >= 0) close(file_);
 }
 
 ZatStatus zatOSWIpcRevokeServerIpcKey(const char* name) {

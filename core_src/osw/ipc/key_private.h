@@ -10,4 +10,25 @@
  */
 ZatStatus oswIpcPrepareKeyDirectory();
 
+/* zatOSWIpcGetServerIpcKey(), which also tells whether it had to create the key file. */
+ZatStatus oswIpcFindKey(const char* name, uint32_t* key, bool* created);
+
+/* Whether the name's key file is there and still gives the key. */
+bool oswIpcKeyIsCurrent(const char* name, uint32_t key);
+
+/* Holds the name's key file locked until the end of the scope; the kernel unlocks it when its
+ * holder dies. */
+class IpcKeyFileLock {
+  public:
+    explicit IpcKeyFileLock(const char* name);
+    IpcKeyFileLock(const IpcKeyFileLock&) = delete;
+    IpcKeyFileLock& operator=(const IpcKeyFileLock&) = delete;
+    ~IpcKeyFileLock();
+
+    bool isHeld() const { return file_ >= 0; }
+
+  private:
+    int file_ = -1;
+};
+
 #endif

@@ -9,13 +9,28 @@ union semun {
     unsigned short* array;
 };
 
-int oswSysvSetValue(int semId, int value) {
-    /* A union, not an int: PowerPC passes a union among variable arguments by reference. */
-    semun argument = {.val = value};
-    return semctl(semId, 0, SETVAL, argument);
+/* A union, not an int: PowerPC passes a union among variable arguments by reference. */
+static int control(int semId, uint16_t semaphore, int command, semun argument) {
+    return semctl(semId, semaphore, command, argument);
+}
+
+int oswSysvSetValue(int semId, uint16_t semaphore, int value) {
+    return control(semId, semaphore, SETVAL, {.val = value});
 }
 
 int oswSysvRemove(int semId) {
-    semun argument = {.val = 0};
-    return semctl(semId, 0, IPC_RMID, argument);
+    return control(semId, 0, IPC_RMID, {.val = 0});
+}
+
+int oswSysvValue(int semId, uint16_t semaphore) {
+    return control(semId, semaphore, GETVAL, {.val = 0});
+}
+
+int oswSysvBlocked(int semId, uint16_t semaphore) {
+    return control(semId, semaphore, GETNCNT, {.val = 0});
+}
+
+bool oswSysvWasUsed(int semId) {
+    semid_ds state = {};
+    return control(semId, 0, IPC_STAT, {.buf = &state}) == 0 && state.sem_otime != 0;
 }

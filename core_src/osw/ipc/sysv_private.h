@@ -9,11 +9,23 @@
 #include <sys/sem.h>
 #include <sys/types.h>
 
-/* Sets semaphore 0 of a set; returns 0 or -1 with errno set. */
-int oswSysvSetValue(int semId, int value);
+/* Sets one semaphore of a set; returns 0 or -1 with errno set. */
+int oswSysvSetValue(int semId, uint16_t semaphore, int value);
+
+inline int oswSysvSetValue(int semId, int value) {
+    return oswSysvSetValue(semId, 0, value);
+}
 
 /* Removes a set; returns 0 or -1 with errno set. */
 int oswSysvRemove(int semId);
+
+/* The value of one semaphore of a set, and how many threads are blocked in the kernel until it
+ * grows; -1 with errno set. */
+int oswSysvValue(int semId, uint16_t semaphore);
+int oswSysvBlocked(int semId, uint16_t semaphore);
+
+/* Whether any thread has ever operated on a set. */
+bool oswSysvWasUsed(int semId);
 
 /*
  * Runs one operation once; returns 0 or the error number. Inline, as is the next one: right after a

@@ -1,0 +1,113 @@
+/* The frames of all creations and deletions; see create_private.h. */
+
+#include "osw/ipc/create_private.h"
+
+#include "osw/errno_private.h"
+#include "osw/handle_private.h"
+#include "osw/init.h"
+#include "osw/ipc/kind_private.h"
+#include "osw/ipc/wait_private.h"
+#include "osw/mem_part.h"
+
+/* The record of a process-local object; freed at the end of the scope unless it is in use. */
+class LocalMaker {
+  public:
+    LocalMaker()
+        : local_(static_cast<IpcLocalObject*>(zatOSWSubAllocMem(sizeof(IpcLocalObject)))) {}
+    explicit LocalMaker(IpcLocalObject* local) : local_(local) {}
+    LocalMaker(const LocalMaker&) = delete;
+    LocalMaker& operator=(const LocalMaker&) = delete;
+    ~LocalMaker() { zatOSWOrgFreeMemPart(0, local_); }
+
+    bool isMade() const { return local_ != nullptr; }
+
+    void remember(uint32_t type, ZatHandle object) {
+        oswIpcAddLocal(type, *local_, object);
+        local_ = nullptr;
+    }
+
+  private:
+    IpcLocalObject* local_;
+};
+
+static ZatStatus createLocal(uint32_t type, ZatHandle* handle, IpcMakeLocal makeLocal,
+                             const IpcLocalWords& words) {
+    LocalMaker maker;
+    if (!maker.isMade()) return ZAT_IPC_NO_MEMORY;
+    ZatHandle object = 0;
+    const ZatStatus status = makeLocal(&object, words);
+    if (status != ZAT_OK) return status;
+    /* Some of them answer ZAT_OK without an object when there is no memory. */
+    if (object == 0) return ZAT_IPC_NO_MEMORY;
+    maker.remember(type, object);
+    *handle = object;
+    return ZAT_OK;
+}
+
+static ZatStatus createNamed(const char* name, uint32_t type, const IpcParameters& parameters,
+                             ZatHandle* handle) {
+    IpcHandle* object = nullptr;
+    const ZatStatus status = oswIpcOpenObject(name, type, parameters, &object);
+    if (status == ZAT_OK) *handle = oswWord(object);
+    return status;
+}
+
+ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& parameters,
+                       ZatHandle* handle, IpcMakeLocal makeLocal, const IpcLocalWords& words) {
+    const OswKeepErrno keepErrno;
+    ZatStatus status = zatOSWInit();
+    if (status != ZAT_OK) return status;
+    if (handle == nullptr) return ZAT_FAILED;
+    if (name == nullptr && makeLocal == nullptr) return ZAT_IPC_BAD_PARAMETERS;
+    IpcLock global;
+    IpcLock lock;
+    status = oswIpcLockGlobal(global);
+    if (status == ZAT_OK) status = oswIpcLockType(lock, type);
+    if (status != ZAT_OK) return status;
+    return name == nullptr ? createLocal(type, handle, makeLocal, words)
+                           : createNamed(name, type, parameters, handle);
+}
+
+ZatStatus oswIpcDeleteLocal(ZatHandle handle, uint32_t type, IpcLock& lock) {
+    IpcLocalObject* local = oswIpcRemoveLocal(type, handle);
+    lock.release();
+    if (local == nullptr) return ZAT_IPC_NO_OBJECT;
+    LocalMaker record(local);
+    const ZatStatus status = oswIpcKinds[type].deleteLocal(handle);
+    /* A refusal leaves the object as it is, and its handle good. */
+    if (status != ZAT_OK && oswIpcLockType(lock, type) == ZAT_OK) record.remember(type, handle);
+    return status;
+}
+
+/* Takes the last create of this process back. */
+static ZatStatus letGo(IpcHandle& handle, const IpcUse& use) {
+    if (use.mayDelete != nullptr && !use.mayDelete(handle)) return ZAT_IPC_DEADLOCK;
+    oswIpcDismissWaiters(handle);
+    return use.giveBackAll == nullptr ? ZatStatus{ZAT_OK} : use.giveBackAll(handle);
+}
+
+ZatStatus oswIpcDelete(ZatHandle handle, uint32_t type) {
+    const OswKeepErrno keepErrno;
+    IpcLock global;
+    IpcLock lock;
+    ZatStatus status = oswIpcLockGlobal(global);
+    if (status == ZAT_OK) status = oswIpcLockType(lock, type);
+    if (status != ZAT_OK) return status;
+    IpcHandle* object = oswIpcFind(type, handle);
+    if (object == nullptr) {
+        global.release();
+        return oswIpcDeleteLocal(handle, type, lock);
+    }
+    if (object->localRefs == 0) return ZAT_IPC_NO_REFERENCE;
+    const IpcUse& use = *oswIpcKinds[type].use;
+    if (object->localRefs == 1)
+        status = letGo(*object, use);
+    else if (use.giveBackOwn != nullptr)
+        status = use.giveBackOwn(*object);
+    if (status != ZAT_OK) return status;
+    if (!oswIpcCloseObject(*object)) return ZAT_OK;
+    lock.release();
+    /* A timer of the handle is joined: its task may be waiting for the lock. */
+    oswIpcDispose(object);
+    return ZAT_OK;
+}

@@ -1,0 +1,224 @@
+/* The inter-process layer's life in a process. */
+
+#include <errno.h>
+#include <pthread.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include "clb/list_walk_private.h"
+#include "osw/errno_private.h"
+#include "osw/ipc/block_private.h"
+#include "osw/ipc/ipc_init.h"
+#include "osw/ipc/key.h"
+#include "osw/ipc/key_private.h"
+#include "osw/ipc/kind_private.h"
+#include "osw/ipc/timer_private.h"
+#include "osw/ipc/wait_private.h"
+#include "osw/mem_part.h"
+
+static constexpr char globalName[] = "zatoswipcglobalshm";
+
+static uint32_t initCount;
+
+static void noteProcess() {
+    oswIpcProcess = static_cast<uint32_t>(getpid());
+}
+
+/* A lock semaphore that was made but never used or set: its maker was killed in between. */
+static bool isUnset(int semId) {
+    return oswSysvValue(semId, 0) == 0 && !oswSysvWasUsed(semId);
+}
+
+/* Creates or opens a lock semaphore, not set yet; errno tells why it cannot be. */
+static bool getSemaphore(uint32_t key, int& semId, bool& created) {
+    semId = semget(static_cast<key_t>(key), 1, ipcCreateFlags);
+    created = semId >= 0;
+    if (!created && errno == EEXIST) semId = semget(static_cast<key_t>(key), 1, 0666);
+    return semId >= 0;
+}
+
+static ZatStatus failSetting(int& semId, bool created, const char* name) {
+    if (created) {
+        oswSysvRemove(semId);
+        zatOSWIpcRevokeServerIpcKey(name);
+    }
+    semId = -1;
+    return ZAT_IPC_SEMCTL_FAILED;
+}
+
+/* Opens the lock of a type. Nobody interferes: the global semaphore is held. */
+static ZatStatus openTypeLock(const char* name, int& semId) {
+    uint32_t key = 0;
+    bool fileIsNew = false;
+    if (const ZatStatus status = oswIpcFindKey(name, &key, &fileIsNew); status != ZAT_OK)
+        return status;
+    bool created = false;
+    if (!getSemaphore(key, semId, created)) {
+        if (fileIsNew) zatOSWIpcRevokeServerIpcKey(name);
+        return ZAT_IPC_SEMGET_FAILED;
+    }
+    const bool isSet = (!created && !isUnset(semId)) || oswSysvSetValue(semId, 1) == 0;
+    return isSet ? ZatStatus{ZAT_OK} : failSetting(semId, created, name);
+}
+
+/* Only one process at a time may find the global semaphore unset, and set it. */
+static bool setGlobal(int semId) {
+    if (!isUnset(semId)) return true;
+    const IpcKeyFileLock file(globalName);
+    return !isUnset(semId) || oswSysvSetValue(semId, 1) == 0;
+}
+
+/* What came of one attempt to take the global semaphore. */
+struct GlobalAttempt {
+    ZatStatus status;
+    bool again; /* the last process of those before removed it meanwhile */
+};
+
+static GlobalAttempt tryGlobal(IpcLock& lock, int& semId, bool& created) {
+    uint32_t key = 0;
+    bool fileIsNew = false;
+    const ZatStatus status = oswIpcFindKey(globalName, &key, &fileIsNew);
+    if (status != ZAT_OK) return {status, false};
+    if (!getSemaphore(key, semId, created)) {
+        const bool again = errno == ENOENT;
+        if (fileIsNew) zatOSWIpcRevokeServerIpcKey(globalName);
+        return {ZAT_IPC_SEMGET_FAILED, again};
+    }
+    if (!setGlobal(semId)) return {failSetting(semId, created, globalName), false};
+    if (lock.take(semId) != ZAT_OK)
+        return {ZAT_IPC_SEMOP_FAILED, errno == EIDRM || errno == EINVAL};
+    if (oswIpcKeyIsCurrent(globalName, key)) return {ZAT_OK, false};
+    lock.release();
+    return {ZAT_IPC_SEMOP_FAILED, true};
+}
+
+/* Finds or makes the global semaphore and takes it. */
+static ZatStatus takeGlobal(IpcLock& lock, int& semId, bool& created) {
+    GlobalAttempt attempt = {ZAT_IPC_SEMOP_FAILED, true};
+    for (int i = 0; i < 100 && attempt.again; ++i)
+        attempt = tryGlobal(lock, semId, created);
+    return attempt.status;
+}
+
+/* The last one out: everything that is left goes, the global semaphore while it is still held. */
+static void removeAll(IpcLock& global, int semId) {
+    for (uint32_t type = 0; type < IPC_TYPES; ++type) {
+        if (oswIpcTypes[type].lockSem == -1) continue;
+        oswSysvRemove(oswIpcTypes[type].lockSem);
+        zatOSWIpcRevokeServerIpcKey(oswIpcKinds[type].lockName);
+    }
+    if (oswIpcFirstPage() != nullptr) {
+        oswIpcAttachAllPages();
+        oswIpcWalkEntries(oswIpcRemoveEntry);
+        oswIpcRemovePages();
+    }
+    /* The name first: who opens it from now on finds another semaphore, or waits for this one to
+     * go and starts over. */
+    zatOSWIpcRevokeServerIpcKey(globalName);
+    oswSysvRemove(semId);
+    global.forget();
+}
+
+static void forgetLocks() {
+    for (IpcTypeState& type : oswIpcTypes)
+        type.lockSem = -1;
+    oswIpcGlobalSem = -1;
+}
+
+/* Under the global semaphore: takes this process out of the table. */
+static void leaveTable(IpcLock& global, int semId) {
+    if (--oswIpcFirstPage()->processCount == 0)
+        removeAll(global, semId);
+    else
+        oswIpcDetachPages();
+    forgetLocks();
+}
+
+static ZatStatus openTypeLocks() {
+    for (uint32_t type = 0; type < IPC_TYPES; ++type) {
+        const ZatStatus status =
+            openTypeLock(oswIpcKinds[type].lockName, oswIpcTypes[type].lockSem);
+        if (status != ZAT_OK) return status;
+    }
+    return ZAT_OK;
+}
+
+static ZatStatus joinTable(IpcLock& global, int semId, bool created) {
+    ZatStatus status = oswIpcJoinPages();
+    if (status != ZAT_OK) {
+        /* With a semaphore that was there, the table may be others'. */
+        if (created) removeAll(global, semId);
+        return status;
+    }
+    status = openTypeLocks();
+    if (status != ZAT_OK) leaveTable(global, semId);
+    return status;
+}
+
+static void emptyLists() {
+    for (IpcTypeState& type : oswIpcTypes) {
+        zatCLBLstInit(&type.handles);
+        zatCLBLstInit(&type.locals);
+        type.byHandle = {};
+    }
+}
+
+ZatStatus zatOSWIpcInit(void) {
+    if (__atomic_load_n(&initCount, __ATOMIC_ACQUIRE) > 0) return ZAT_OK;
+    const OswKeepErrno keepErrno;
+    oswIpcPrepareSignal();
+    static pthread_once_t once = PTHREAD_ONCE_INIT;
+    pthread_once(&once, [] { pthread_atfork(nullptr, nullptr, noteProcess); });
+    IpcLock global;
+    int semId = -1;
+    bool created = false;
+    ZatStatus status = takeGlobal(global, semId, created);
+    if (status != ZAT_OK) return status;
+    if (initCount > 0) {
+        ++initCount;
+        return ZAT_OK;
+    }
+    noteProcess();
+    emptyLists();
+    status = joinTable(global, semId, created);
+    if (status != ZAT_OK) return status;
+    oswIpcGlobalSem = semId;
+    __atomic_store_n(&initCount, 1, __ATOMIC_RELEASE);
+    return ZAT_OK;
+}
+
+/* Takes all handles of a type off their lists, for a later disposal. */
+static void dropHandles(uint32_t type, ClbLstHead& dropped) {
+    {
+        IpcLock lock;
+        oswIpcLockType(lock, type);
+        IpcTypeState& state = oswIpcTypes[type];
+        for (IpcHandle* handle : zatWalk<IpcHandle>(&state.handles)) {
+            oswIpcDismissWaiters(*handle);
+            oswIpcForgetHandle(*handle);
+            zatCLBLstAdd(&dropped, handle);
+        }
+        for (IpcLocalObject* local : zatWalk<IpcLocalObject>(&state.locals)) {
+            oswIpcRemoveLocal(type, local->object);
+            zatOSWOrgFreeMemPart(0, local);
+        }
+    }
+    if (type != IPC_TIMER) return;
+    for (IpcHandle* handle : zatWalk<IpcHandle>(&dropped))
+        if (handle->type == IPC_TIMER) oswIpcStopServing(*handle);
+}
+
+void zatOSWIpcTerm(void) {
+    const OswKeepErrno keepErrno;
+    ClbLstHead dropped = {};
+    IpcLock global;
+    if (oswIpcLockGlobal(global) != ZAT_OK) return;
+    if (initCount == 0 || --initCount > 0) return;
+    for (uint32_t type = 0; type < IPC_TYPES; ++type)
+        dropHandles(type, dropped);
+    leaveTable(global, oswIpcGlobalSem);
+    global.release();
+    /* Timers are joined, whose tasks may be waiting for a lock semaphore: without any. */
+    for (IpcHandle* handle : zatWalk<IpcHandle>(&dropped))
+        oswIpcDispose(handle);
+}

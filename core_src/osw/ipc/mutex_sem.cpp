@@ -1,0 +1,117 @@
+/* Named mutex semaphores. An entry's value is the recursion depth; it is written last. */
+
+#include "osw/ipc/mutex_sem.h"
+
+#include "osw/ipc/create_private.h"
+#include "osw/ipc/kind_private.h"
+#include "osw/ipc/wait_private.h"
+#include "osw/mutex_sem.h"
+
+static bool isOwn(const IpcSemBody& mutex) {
+    return oswIpcIsSame(mutex.owner, oswIpcCaller());
+}
+
+static ZatStatus look(IpcHandle& handle, IpcComer) {
+    const IpcSemBody& mutex = handle.entry->sem;
+    return mutex.value == 0 || isOwn(mutex) ? ZatStatus{ZAT_OK} : ZatStatus{IPC_UNAVAILABLE};
+}
+
+static ZatStatus take(IpcHandle& handle, void*) {
+    IpcSemBody& mutex = handle.entry->sem;
+    mutex.owner = oswIpcCaller();
+    handle.held = 1;
+    oswIpcPublish(mutex.value, mutex.value + 1);
+    return ZAT_OK;
+}
+
+static ZatStatus wakeOne(const IpcHandle& handle) {
+    const IpcSemBody& mutex = handle.entry->sem;
+    if (mutex.value > 0 || mutex.waiters == 0) return ZAT_OK;
+    return oswIpcLetOnePass(*handle.entry, IPC_WAITS_EXCLUSIVELY);
+}
+
+static void wake(IpcHandle& handle) {
+    wakeOne(handle);
+}
+
+static ZatStatus free(IpcHandle& handle) {
+    handle.held = 0;
+    oswIpcPublish(handle.entry->sem.value, 0);
+    return wakeOne(handle);
+}
+
+static ZatStatus release(IpcHandle& handle, void*) {
+    IpcSemBody& mutex = handle.entry->sem;
+    if (mutex.value == 0 || !isOwn(mutex)) return ZAT_IPC_NOT_OWNER;
+    mutex.releaser = oswIpcCaller();
+    if (mutex.value > 1) {
+        --mutex.value;
+        return ZAT_OK;
+    }
+    return free(handle);
+}
+
+static bool mayDelete(const IpcHandle& handle) {
+    return handle.held == 0 || isOwn(handle.entry->sem);
+}
+
+static ZatStatus giveBackAll(IpcHandle& handle) {
+    return handle.held == 0 ? ZatStatus{ZAT_OK} : free(handle);
+}
+
+static ZatStatus giveBackOwn(IpcHandle& handle) {
+    const IpcSemBody& mutex = handle.entry->sem;
+    return mutex.value > 0 && isOwn(mutex) ? free(handle) : ZatStatus{ZAT_OK};
+}
+
+static ZatStatus requestLocal(ZatHandle mutex, ZatTimeoutMs timeoutMs, void*) {
+    return zatOSWRequestMutexSem(mutex, timeoutMs);
+}
+
+static ZatStatus releaseLocal(ZatHandle mutex, void*) {
+    return zatOSWReleaseMutexSem(mutex);
+}
+
+constexpr IpcWaitKind oswIpcMutexWait = {
+    .type = IPC_MUTEX,
+    .waiter = IPC_WAITS_EXCLUSIVELY,
+    .signals = IpcSignals::AsBefore,
+    .deleted = ZAT_IPC_NO_OBJECT,
+    .look = look,
+    .take = take,
+    .local = requestLocal,
+    .enlist = nullptr,
+    .dismiss = nullptr,
+};
+
+constexpr IpcUse oswIpcMutexUse = {wake, mayDelete, giveBackAll, giveBackOwn};
+constexpr IpcChange oswIpcMutexRelease = {IPC_MUTEX, release, releaseLocal};
+
+static ZatStatus makeLocal(ZatHandle* mutex, const IpcLocalWords& words) {
+    return zatOSWCreateMutexSem(mutex, words.word[0], words.word[1]);
+}
+
+ZatStatus zatOSWIpcCreateMutexSem(const char* name, ZatIpcHandle* handle, uint32_t options,
+                                  uint32_t initialState) {
+    if (initialState > 1) return ZAT_IPC_BAD_PARAMETERS;
+    if (handle == nullptr) return ZAT_FAILED;
+    IpcCreated created(zatOSWIpcDeleteMutexSem);
+    ZatStatus status =
+        oswIpcCreate(name, IPC_MUTEX, {}, &created.handle, makeLocal, {{options, initialState}});
+    if (status == ZAT_OK && name != nullptr && initialState == 0)
+        status = zatOSWIpcRequestMutexSem(created.handle, ZAT_FOREVER);
+    if (status == ZAT_OK) *handle = created.finish();
+    return status;
+}
+
+ZatStatus zatOSWIpcRequestMutexSem(ZatIpcHandle handle, ZatTimeoutMs timeoutMs) {
+    return oswIpcWait(handle, timeoutMs, IPC_OP_MUTEX);
+}
+
+ZatStatus zatOSWIpcReleaseMutexSem(ZatIpcHandle handle) {
+    return oswIpcRelease(handle, IPC_OP_MUTEX);
+}
+
+ZatStatus zatOSWIpcDeleteMutexSem(ZatIpcHandle handle) {
+    return oswIpcDelete(handle, IPC_MUTEX);
+}
