@@ -9,6 +9,7 @@
 #include <pthread.h>
 #include <stdlib.h>
 
+#include "osw/ipc/block_private.h"
 #include "osw/lock_private.h"
 #include "osw/report_private.h"
 #include "osw/task_private.h"
@@ -146,6 +147,14 @@ void zatOSWExitTask(uint32_t exitValue) {
     pthread_exit(reinterpret_cast<void*>(exitValue));
 }
 
+/* Under the registry lock, which a registered task needs to end. */
+static ZatStatus cancel(ZatTaskId task, bool isRegistered) {
+    const int error = pthread_cancel(task);
+    /* Cancellation alone may come just before the task blocks on an inter-process object. */
+    if (error == 0 && isRegistered) oswIpcInterruptWait(task);
+    return static_cast<ZatStatus>(error);
+}
+
 ZatStatus zatOSWDeleteTask(ZatTaskId task) {
     oswMonitorTaskEnd();
     StackWarning warning = {};
@@ -154,7 +163,8 @@ ZatStatus zatOSWDeleteTask(ZatTaskId task) {
         OswLock lock(oswRegistryLock);
         OswTaskRecord* record = oswNewestTask(task);
         const bool alive = isAlive(record, task);
-        if (record == nullptr && !alive) return ESRCH;
+        const bool isRegistered = record != nullptr;
+        if (!isRegistered && !alive) return ESRCH;
         if (record != nullptr) {
             warning = checkStack(*record);
             if (record->joinMode != OSW_JOINED_BY_CALLER) {
@@ -162,7 +172,7 @@ ZatStatus zatOSWDeleteTask(ZatTaskId task) {
                 if (alive) pthread_detach(task);
             }
         }
-        if (alive) result = static_cast<ZatStatus>(pthread_cancel(task));
+        if (alive) result = cancel(task, isRegistered);
     }
     report(warning);
     return result;
@@ -178,6 +188,6 @@ ZatStatus zatOSWDeleteTaskJoin(ZatTaskId task, uint32_t join) {
     const bool known = record != nullptr;
     const bool alive = isAlive(record, task);
     if (join == 0) zatOSWDetachTask(task);
-    if (alive) return static_cast<ZatStatus>(pthread_cancel(task));
+    if (alive) return cancel(task, known);
     return known ? ZatStatus{ZAT_OK} : ZatStatus{ESRCH};
 }

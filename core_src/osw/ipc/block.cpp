@@ -23,10 +23,18 @@ static void onSignal(int) {
     if (IpcBlock* block = current) block->interrupt();
 }
 
+static bool isPrepared;
+
+void oswIpcInterruptWait(ZatTaskId thread) {
+    if (__atomic_load_n(&isPrepared, __ATOMIC_ACQUIRE) && thread != oswSelf())
+        pthread_kill(thread, SIGUSR1);
+}
+
 void oswIpcPrepareSignal() {
     struct sigaction action = {};
     action.sa_handler = onSignal;
     sigaction(SIGUSR1, &action, nullptr);
+    __atomic_store_n(&isPrepared, true, __ATOMIC_RELEASE);
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGUSR1);

@@ -17,6 +17,9 @@
 /* Installs the handler of SIGUSR1 and blocks the signal in the calling thread. */
 void oswIpcPrepareSignal();
 
+/* Lets another thread of this process look up from its wait, if it is in one. */
+void oswIpcInterruptWait(ZatTaskId thread);
+
 /* Which other signals may interrupt a wait. */
 enum class IpcSignals { AsBefore, None };
 

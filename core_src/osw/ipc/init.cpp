@@ -127,7 +127,7 @@ static void forgetLocks() {
 
 /* Under the global semaphore: takes this process out of the table. */
 static void leaveTable(IpcLock& global, int semId) {
-    if (--oswIpcFirstPage()->processCount == 0)
+    if (oswIpcLeaveProcesses())
         removeAll(global, semId);
     else
         oswIpcDetachPages();

@@ -72,18 +72,20 @@ static ZatStatus prepareOnce() {
     if (chosen == nullptr) chosen = defaultDirectory;
     if (!createLevels(chosen)) return ZAT_IPC_KEY_DIR_FAILED;
     /* A copy: the program may change its environment later. */
-    const char* copy = strdup(chosen);
+    char* copy = strdup(chosen);
     if (copy == nullptr) return ZAT_IPC_KEY_DIR_FAILED;
-    directory.store(copy, std::memory_order_release);
+    const char* before = nullptr;
+    if (!directory.compare_exchange_strong(before, copy)) free(copy);
     return ZAT_OK;
 }
 
 ZatStatus oswIpcPrepareKeyDirectory() {
     if (directory.load(std::memory_order_acquire) != nullptr) return ZAT_OK;
-    if (const ZatStatus status = zatOSWEnterCriticalSection(); status != ZAT_OK) return status;
+    /* Where the library does not come up, it may be for want of this directory. */
+    const bool isAlone = zatOSWEnterCriticalSection() == ZAT_OK;
     const OswUncancellable uncancellable;
     const ZatStatus status = prepareOnce();
-    zatOSWLeaveCriticalSection();
+    if (isAlone) zatOSWLeaveCriticalSection();
     return status;
 }
 

@@ -31,8 +31,6 @@ ZATOSW_BEGIN_DECLS
  * @return ZAT_IPC_KEY_STAT_FAILED    the key file cannot be queried, or its path is too long
  * @return ZAT_IPC_KEY_RENAME_FAILED  a key file with a reserved inode cannot be moved aside
  *
- * @return a status of zatOSWInit(), or a POSIX error number of the thread library
- *
  * The first call in a process waits for the critical section; later ones only for the file system.
  * May be called from any task, and is no point at which a task is deleted.
  */
@@ -46,7 +44,6 @@ ZATOSW_API ZatStatus zatOSWIpcGetServerIpcKey(const char* name, uint32_t unused,
  * @return ZAT_OK                  the file is gone; it need not have existed
  * @return ZAT_FAILED              name is null
  * @return ZAT_IPC_KEY_DIR_FAILED  the key directory cannot be created
- * @return a status of zatOSWInit(), or a POSIX error number of the thread library
  */
 ZATOSW_API ZatStatus zatOSWIpcRevokeServerIpcKey(const char* name);
 

@@ -154,6 +154,9 @@ struct IpcPlace {
 /* Opens page 0, or makes it, and counts this process in it. */
 ZatStatus oswIpcJoinPages();
 
+/* Takes this process off the count; whether it was the last one. The pages stay attached. */
+bool oswIpcLeaveProcesses();
+
 /* Page 0 as this process sees it; null while the layer is down. */
 IpcGlobalPage* oswIpcFirstPage();
 

@@ -73,6 +73,21 @@ static ZatStatus openFirstPage(uint32_t key, IpcPageRecord** record) {
     return ZAT_OK;
 }
 
+/*
+ * Takes processes off the count that were killed: every living one that is counted has page 0
+ * attached, and only the kernel notices when it ends. Children of fork() may be more.
+ */
+static void countLiving(const IpcPageRecord& first) {
+    shmid_ds state;
+    if (shmctl(first.segmentId, IPC_STAT, &state) != 0) return;
+    const uint32_t attached = static_cast<uint32_t>(state.shm_nattch);
+    if (first.page->processCount > attached) first.page->processCount = attached;
+}
+
+static IpcPageRecord* firstRecord() {
+    return reinterpret_cast<IpcPageRecord*>(pages.first);
+}
+
 ZatStatus oswIpcJoinPages() {
     uint32_t key = 0;
     ZatStatus status = zatOSWIpcGetServerIpcKey(pageName, 0, &key);
@@ -82,12 +97,19 @@ ZatStatus oswIpcJoinPages() {
     if (status == ZAT_IPC_SHMGET_FAILED && errno == EEXIST) status = openFirstPage(key, &record);
     if (status != ZAT_OK) return status;
     ++record->page->processCount;
+    countLiving(*record);
     if (record->page->pageCount == 0) oswIpcPublish(record->page->pageCount, 1);
     return ZAT_OK;
 }
 
+bool oswIpcLeaveProcesses() {
+    const IpcPageRecord& first = *firstRecord();
+    countLiving(first);
+    return --first.page->processCount == 0;
+}
+
 IpcGlobalPage* oswIpcFirstPage() {
-    const auto* first = reinterpret_cast<const IpcPageRecord*>(pages.first);
+    const IpcPageRecord* first = firstRecord();
     return first == nullptr ? nullptr : first->page;
 }
 
@@ -128,7 +150,7 @@ static bool searchPage(IpcGlobalPage& page, const char* name, uint32_t type, Ipc
 
 ZatStatus oswIpcFindPlace(const char* name, uint32_t type, IpcPlace* place) {
     *place = {};
-    IpcPageRecord* record = reinterpret_cast<IpcPageRecord*>(pages.first);
+    IpcPageRecord* record = firstRecord();
     for (;;) {
         if (searchPage(*record->page, name, type, *place)) return ZAT_OK;
         IpcPageRecord* next = nullptr;
@@ -144,7 +166,7 @@ ZatStatus oswIpcFindPlace(const char* name, uint32_t type, IpcPlace* place) {
 }
 
 void oswIpcAttachAllPages() {
-    auto* record = reinterpret_cast<IpcPageRecord*>(pages.first);
+    IpcPageRecord* record = firstRecord();
     while (record != nullptr) {
         IpcPageRecord* next = nullptr;
         nextPage(*record, &next);
