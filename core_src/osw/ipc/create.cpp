@@ -7,6 +7,7 @@
 #include "osw/init.h"
 #include "osw/ipc/kind_private.h"
 #include "osw/ipc/wait_private.h"
+#include "osw/lock_private.h"
 #include "osw/mem_part.h"
 
 /* The record of a process-local object; freed at the end of the scope unless it is in use. */
@@ -59,6 +60,7 @@ ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& par
     if (status != ZAT_OK) return status;
     if (handle == nullptr) return ZAT_FAILED;
     if (name == nullptr && makeLocal == nullptr) return ZAT_IPC_BAD_PARAMETERS;
+    const OswUncancellable uncancellable;
     IpcLock global;
     IpcLock lock;
     status = oswIpcLockGlobal(global);
@@ -88,6 +90,7 @@ static ZatStatus letGo(IpcHandle& handle, const IpcUse& use) {
 
 ZatStatus oswIpcDelete(ZatHandle handle, uint32_t type) {
     const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
     IpcLock global;
     IpcLock lock;
     ZatStatus status = oswIpcLockGlobal(global);

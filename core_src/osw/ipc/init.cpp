@@ -14,6 +14,7 @@
 #include "osw/ipc/kind_private.h"
 #include "osw/ipc/timer_private.h"
 #include "osw/ipc/wait_private.h"
+#include "osw/lock_private.h"
 #include "osw/mem_part.h"
 
 static constexpr char globalName[] = "zatoswipcglobalshm";
@@ -166,6 +167,7 @@ static void emptyLists() {
 ZatStatus zatOSWIpcInit(void) {
     if (__atomic_load_n(&initCount, __ATOMIC_ACQUIRE) > 0) return ZAT_OK;
     const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
     oswIpcPrepareSignal();
     static pthread_once_t once = PTHREAD_ONCE_INIT;
     pthread_once(&once, [] { pthread_atfork(nullptr, nullptr, noteProcess); });
@@ -210,6 +212,7 @@ static void dropHandles(uint32_t type, ClbLstHead& dropped) {
 
 void zatOSWIpcTerm(void) {
     const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
     ClbLstHead dropped = {};
     IpcLock global;
     if (oswIpcLockGlobal(global) != ZAT_OK) return;

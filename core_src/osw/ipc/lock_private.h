@@ -2,14 +2,13 @@
  * The lock semaphores: the global one and one for each type, shared by all processes.
  *
  * The order is the global one, then a type's. The kernel gives a lock semaphore back when its
- * holder dies, but not when only the holding task ends: a holder cannot be cancelled. Nobody blocks
- * on an object, makes a trace call or waits for a task that takes a lock semaphore while holding
- * one.
+ * holder dies, but not when only the holding task is deleted: whoever calls anything under a lock
+ * semaphore at which a task may be deleted puts that off (OswUncancellable). Semaphore calls are no
+ * such point. Nobody blocks on an object, makes a trace call or waits for a task that takes a lock
+ * semaphore while holding one.
  */
 #ifndef ZATOSW_OSW_IPC_LOCK_PRIVATE_H
 #define ZATOSW_OSW_IPC_LOCK_PRIVATE_H
-
-#include <pthread.h>
 
 #include "osw/ipc/sysv_private.h"
 #include "osw/status.h"
@@ -37,12 +36,8 @@ class IpcLock {
     ~IpcLock() { release(); }
 
     ZatStatus take(int semId) {
-        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState_);
         const ZatStatus status = oswIpcSemop(semId, ipcTake);
-        if (status == ZAT_OK)
-            semId_ = semId;
-        else
-            pthread_setcancelstate(cancelState_, nullptr);
+        if (status == ZAT_OK) semId_ = semId;
         return status;
     }
 
@@ -50,22 +45,18 @@ class IpcLock {
 
     ZatStatus release() {
         if (semId_ == none) return ZAT_OK;
-        const ZatStatus status = oswIpcSemop(semId_, ipcGive);
-        forget();
-        return status;
+        const int semId = semId_;
+        semId_ = none;
+        return oswIpcSemop(semId, ipcGive);
     }
 
     /* For a lock semaphore that its holder has removed. */
-    void forget() {
-        semId_ = none;
-        pthread_setcancelstate(cancelState_, nullptr);
-    }
+    void forget() { semId_ = none; }
 
   private:
     static constexpr int none = -1;
 
     int semId_ = none;
-    int cancelState_ = PTHREAD_CANCEL_ENABLE;
 };
 
 #endif

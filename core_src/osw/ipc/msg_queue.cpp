@@ -16,6 +16,7 @@
 #include "osw/ipc/kind_private.h"
 #include "osw/ipc/msg_queue_private.h"
 #include "osw/ipc/wait_private.h"
+#include "osw/lock_private.h"
 #include "osw/mem_part.h"
 #include "osw/msg_queue.h"
 
@@ -56,6 +57,7 @@ static ZatStatus lookToReceive(IpcHandle& handle, IpcComer comer) {
 }
 
 static ZatStatus send(IpcHandle& handle, void* data) {
+    const OswUncancellable uncancellable;
     const auto& transfer = *static_cast<const Transfer*>(data);
     IpcQueueBody& queue = handle.entry->queue;
     IpcMessage* message = handle.queue.transfer;
@@ -78,6 +80,7 @@ static ZatStatus send(IpcHandle& handle, void* data) {
 }
 
 static ZatStatus receive(IpcHandle& handle, void* data) {
+    const OswUncancellable uncancellable;
     const auto& transfer = *static_cast<const Transfer*>(data);
     IpcQueueBody& queue = handle.entry->queue;
     IpcMessage* message = handle.queue.transfer;

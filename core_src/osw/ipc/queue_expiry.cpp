@@ -12,6 +12,7 @@
 #include "clb/list_walk_private.h"
 #include "osw/handle_private.h"
 #include "osw/ipc/msg_queue_private.h"
+#include "osw/lock_private.h"
 
 static constexpr int64_t noDeadline = INT64_MAX;
 static constexpr uint32_t timerStackSize = 8192;
@@ -50,6 +51,7 @@ static void onExpiry(ZatTimer timer, uint32_t handle, uint32_t, uint32_t, uint32
     sigset_t all;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    const OswUncancellable uncancellable;
     IpcLock lock;
     if (oswIpcLockType(lock, IPC_QUEUE) != ZAT_OK) return;
     IpcHandle* queue = oswIpcFind(IPC_QUEUE, handle);
@@ -74,6 +76,7 @@ static ZatStatus restartTimer(const IpcHandle& handle, int64_t timeNs) {
 }
 
 ZatStatus oswIpcArmExpiry(IpcHandle& handle, IpcWaiter& waiter) {
+    const OswUncancellable uncancellable;
     waiter.deadlineNs = noDeadline;
     if (waiter.timeMs == ZAT_FOREVER) return ZAT_OK;
     if (handle.timer == 0) {
@@ -89,6 +92,7 @@ ZatStatus oswIpcArmExpiry(IpcHandle& handle, IpcWaiter& waiter) {
 }
 
 ZatStatus oswIpcDisarmExpiry(IpcHandle& handle, const IpcWaiter& waiter) {
+    const OswUncancellable uncancellable;
     if (waiter.deadlineNs == noDeadline) return ZAT_OK;
     const int64_t othersNs = earliestDeadline(handle);
     if (othersNs == noDeadline) return zatOSWStopTimer(handle.timer);

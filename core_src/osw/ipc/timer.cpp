@@ -15,6 +15,7 @@
 #include "osw/ipc/create_private.h"
 #include "osw/ipc/timer_private.h"
 #include "osw/ipc/wait_private.h"
+#include "osw/lock_private.h"
 #include "osw/task.h"
 
 enum TimerCommand : uint32_t {
@@ -125,6 +126,7 @@ class ServingMaker {
 static ZatStatus serve(IpcHandle& handle, uint32_t timeMs, ZatTimerCallback handler,
                        uint32_t argument) {
     IpcTimerBody& timer = handle.entry->timer;
+    const OswUncancellable uncancellable;
     ServingMaker maker(handle);
     /* A request that came too late for the process that served before. */
     oswSysvSetValue(timer.semId, 0);
@@ -255,6 +257,7 @@ ZatStatus zatOSWIpcResetTimer(ZatIpcHandle handle) {
 
 ZatStatus zatOSWIpcDeleteTimer(ZatIpcHandle handle) {
     const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
     IpcLock global;
     IpcLock lock;
     ZatStatus status = oswIpcLockGlobal(global);
