@@ -66,8 +66,13 @@ ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& par
     status = oswIpcLockGlobal(global);
     if (status == ZAT_OK) status = oswIpcLockType(lock, type);
     if (status != ZAT_OK) return status;
-    return name == nullptr ? createLocal(type, handle, makeLocal, words)
-                           : createNamed(name, type, parameters, handle);
+    if (name == nullptr) return createLocal(type, handle, makeLocal, words);
+    status = createNamed(name, type, parameters, handle);
+    if (status != ZAT_OK) return status;
+    status = lock.release();
+    if (status == ZAT_OK) status = global.release();
+    if (status != ZAT_OK) oswIpcDelete(*handle, type);
+    return status;
 }
 
 ZatStatus oswIpcDeleteLocal(ZatHandle handle, uint32_t type, IpcLock& lock) {

@@ -7,6 +7,7 @@
 
 #include "osw/count_sem.h"
 #include "osw/event_sem.h"
+#include "osw/ipc/msg_queue_private.h"
 #include "osw/msg_queue.h"
 #include "osw/mutex_sem.h"
 
@@ -83,6 +84,12 @@ static void removeQueue(IpcObjectEntry& entry) {
     msgctl(entry.queue.queueId, IPC_RMID, nullptr);
 }
 
+static ZatStatus attachQueue(IpcHandle& handle, bool isNew) {
+    if (oswIpcMakeTransfer(handle)) return ZAT_OK;
+    if (isNew) removeQueue(*handle.entry);
+    return ZAT_IPC_NO_MEMORY;
+}
+
 static bool matchesTimer(const IpcObjectEntry& entry, const IpcParameters& parameters) {
     return entry.timer.created == parameters.first;
 }
@@ -150,8 +157,8 @@ const IpcKind oswIpcKinds[IPC_TYPES] = {
      &oswIpcCountUse},
     {"zatoswipcesem", "_esem", matchesCreated, makeSem, removeSem, zatOSWDeleteEventSem, nullptr,
      &oswIpcEventUse},
-    {"zatoswipcmsg", "_msg", matchesQueue, makeQueue, removeQueue, zatOSWDeleteMsgQueue, nullptr,
-     &oswIpcQueueUse},
+    {"zatoswipcmsg", "_msg", matchesQueue, makeQueue, removeQueue, zatOSWDeleteMsgQueue,
+     attachQueue, &oswIpcQueueUse},
     {"zatoswipctmr", "_tmr", matchesTimer, makeTimer, removeTimer, zatOSWDeleteTimer, nullptr,
      &oswIpcUnheldUse},
     {"zatoswipcsel", "_sel", matchesAlways, makeSELock, removeSELock, nullptr, nullptr,

@@ -47,7 +47,8 @@ struct IpcKind {
     /* The process-local call that deletes an object without a name. */
     ZatStatus (*deleteLocal)(ZatHandle object);
 
-    /* Attaches a handle to its object's memory; removes the memory of a new one if that fails. */
+    /* Gives a handle what it needs of memory; removes a new object's System V objects if that
+     * fails. */
     ZatStatus (*attach)(IpcHandle& handle, bool isNew);
 
     const IpcUse* use;

@@ -30,7 +30,8 @@ struct Transfer {
     uint32_t priority;
 };
 
-bool oswIpcMakeTransfer(IpcHandle& handle, uint32_t messageSize) {
+bool oswIpcMakeTransfer(IpcHandle& handle) {
+    const uint32_t messageSize = handle.entry->queue.messageSize;
     const uint32_t size = messageSize + static_cast<uint32_t>(sizeof(IpcMessage));
     handle.queue.transfer =
         size < messageSize ? nullptr : static_cast<IpcMessage*>(zatOSWOrgMalloc(size));

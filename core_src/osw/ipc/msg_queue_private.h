@@ -12,8 +12,8 @@ struct IpcMessage {
 
 static_assert(sizeof(IpcMessage) == 4);
 
-/* Gives a handle room for one message; false when there is no memory. */
-bool oswIpcMakeTransfer(IpcHandle& handle, uint32_t messageSize);
+/* Gives a handle room for one message of its queue; false when there is no memory. */
+bool oswIpcMakeTransfer(IpcHandle& handle);
 
 /* Under the lock of the type: has a waiter's time run out after a while, or no longer. The statuses
  * are those of the handle's timer. */

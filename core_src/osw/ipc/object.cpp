@@ -17,7 +17,6 @@
 #include "osw/ipc/key.h"
 #include "osw/ipc/key_private.h"
 #include "osw/ipc/kind_private.h"
-#include "osw/ipc/msg_queue_private.h"
 #include "osw/mem_part.h"
 #include "osw/self_private.h"
 
@@ -154,8 +153,6 @@ static ZatStatus makeHandle(const char* name, uint32_t type, const IpcParameters
                             IpcHandle** handle) {
     HandleMaker maker(type);
     if (maker.handle == nullptr) return ZAT_IPC_NO_MEMORY;
-    if (type == IPC_QUEUE && !oswIpcMakeTransfer(*maker.handle, parameters.second))
-        return ZAT_IPC_NO_MEMORY;
     IpcPlace place;
     ZatStatus status = oswIpcFindPlace(name, type, &place);
     if (status != ZAT_OK) return status;

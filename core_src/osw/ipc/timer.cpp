@@ -5,7 +5,9 @@
 
 #include "osw/ipc/timer.h"
 
+#include <errno.h>
 #include <pthread.h>
+#include <signal.h>
 #include <time.h>
 
 #include "clb/list_walk_private.h"
@@ -146,6 +148,12 @@ static ZatStatus serve(IpcHandle& handle, uint32_t timeMs, ZatTimerCallback hand
     return ZAT_OK;
 }
 
+/* Whether the process that served was killed: nobody else would ever serve. */
+static bool isOrphaned(const IpcTimerBody& timer) {
+    return timer.server != oswIpcProcess && ::kill(static_cast<pid_t>(timer.server), 0) != 0 &&
+           errno == ESRCH;
+}
+
 struct TimerStart {
     uint32_t timeMs;
     ZatTimerCallback handler;
@@ -158,7 +166,8 @@ static ZatStatus start(IpcHandle& handle, void* data) {
     if (wanted.handler == nullptr) {
         if (timer.server == 0) return ZAT_IPC_TIMER_IDLE;
     } else {
-        if (timer.server == 0) return serve(handle, wanted.timeMs, wanted.handler, wanted.argument);
+        if (timer.server == 0 || isOrphaned(timer))
+            return serve(handle, wanted.timeMs, wanted.handler, wanted.argument);
         if (timer.server != oswIpcProcess || !isServedHere(handle)) return ZAT_IPC_TIMER_ELSEWHERE;
         handle.server.handler = wanted.handler;
         handle.server.argument = wanted.argument;
