@@ -6,7 +6,7 @@
 
 #include "osw/types.h"
 
-/* Initial-exec: one load instead of a call; the library uses eight bytes of the static block. */
+/* Initial-exec: one load instead of a call; the library uses twelve bytes of the static block. */
 #define OSW_THREAD_LOCAL thread_local __attribute__((tls_model("initial-exec")))
 
 inline OSW_THREAD_LOCAL ZatTaskId oswSelfId = 0;

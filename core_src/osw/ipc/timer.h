@@ -5,8 +5,8 @@
  * That is the process that first started it with a handler, the serving process. There the timer
  * has a control task, "oswipctmr", which carries out what the others ask for, and a process-local
  * timer, in whose task the handler runs. Requests do not queue: a later one replaces one that the
- * control task has not read yet. A serving process that is killed leaves the timer served by
- * nobody: see docs/shared_objects.md.
+ * control task has not read yet. When the serving process was killed, requests have no effect until
+ * a process starts the timer with a handler, and so serves it from then on.
  */
 #ifndef ZATOSW_OSW_IPC_TIMER_H
 #define ZATOSW_OSW_IPC_TIMER_H
