@@ -5,7 +5,6 @@
  * themselves. A half-made initialisation takes itself back, so that the next call starts over.
  */
 
-#include <execinfo.h>
 #include <pthread.h>
 #include <stdlib.h>
 #include <string.h>
@@ -85,9 +84,6 @@ static void stopLayers() {
 static ZatStatus bringUp() {
     if (const ZatStatus status = createKindLocks(); status != ZAT_OK) return status;
     emptyLists();
-    /* Its first call loads a library: not in the middle of a task's creation. */
-    void* frame = nullptr;
-    backtrace(&frame, 1);
     oswResetPartitionLock();
     oswReadStackLimits();
     OswTaskRecord* main = registerMainTask();

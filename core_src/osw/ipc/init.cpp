@@ -30,11 +30,15 @@ static bool isUnset(int semId) {
     return oswSysvValue(semId, 0) == 0 && !oswSysvWasUsed(semId);
 }
 
-/* Creates or opens a lock semaphore, not set yet; errno tells why it cannot be. */
+/* Opens or creates a lock semaphore; a new one is not set yet. errno tells why it cannot be.
+ * Opening comes first: that is what all processes but one do. */
 static bool getSemaphore(uint32_t key, int& semId, bool& created) {
-    semId = semget(static_cast<key_t>(key), 1, ipcCreateFlags);
-    created = semId >= 0;
-    if (!created && errno == EEXIST) semId = semget(static_cast<key_t>(key), 1, 0666);
+    created = false;
+    semId = semget(static_cast<key_t>(key), 1, 0666);
+    if (semId < 0 && errno == ENOENT) {
+        semId = semget(static_cast<key_t>(key), 1, ipcCreateFlags);
+        created = semId >= 0;
+    }
     return semId >= 0;
 }
 
@@ -47,8 +51,9 @@ static ZatStatus failSetting(int& semId, bool created, const char* name) {
     return ZAT_IPC_SEMCTL_FAILED;
 }
 
-/* Opens the lock of a type. Nobody interferes: the global semaphore is held. */
-static ZatStatus openTypeLock(const char* name, int& semId) {
+/* Opens the lock of a type. Nobody interferes: the global semaphore is held. In a table that was
+ * never completed, it may be there without being set. */
+static ZatStatus openTypeLock(const char* name, bool isComplete, int& semId) {
     uint32_t key = 0;
     bool fileIsNew = false;
     if (const ZatStatus status = oswIpcFindKey(name, &key, &fileIsNew); status != ZAT_OK)
@@ -58,8 +63,9 @@ static ZatStatus openTypeLock(const char* name, int& semId) {
         if (fileIsNew) zatOSWIpcRevokeServerIpcKey(name);
         return ZAT_IPC_SEMGET_FAILED;
     }
-    const bool isSet = (!created && !isUnset(semId)) || oswSysvSetValue(semId, 1) == 0;
-    return isSet ? ZatStatus{ZAT_OK} : failSetting(semId, created, name);
+    const bool isSet = !created && (isComplete || !isUnset(semId));
+    if (isSet || oswSysvSetValue(semId, 1) == 0) return ZAT_OK;
+    return failSetting(semId, created, name);
 }
 
 /* Only one process at a time may find the global semaphore unset, and set it. */
@@ -69,19 +75,27 @@ static bool setGlobal(int semId) {
     return !isUnset(semId) || oswSysvSetValue(semId, 1) == 0;
 }
 
+struct GlobalSem {
+    uint32_t key;
+    int id;
+    bool created;
+};
+
 /* What came of one attempt to take the global semaphore. */
 struct GlobalAttempt {
     ZatStatus status;
     bool again; /* the last process of those before removed it meanwhile */
 };
 
-static GlobalAttempt tryGlobal(IpcLock& lock, int& semId, bool& created) {
-    uint32_t key = 0;
+static GlobalAttempt tryGlobal(IpcLock& lock, GlobalSem& global) {
+    uint32_t& key = global.key;
+    int& semId = global.id;
+    bool& created = global.created;
     bool fileIsNew = false;
     const ZatStatus status = oswIpcFindKey(globalName, &key, &fileIsNew);
     if (status != ZAT_OK) return {status, false};
     if (!getSemaphore(key, semId, created)) {
-        const bool again = errno == ENOENT;
+        const bool again = errno == EEXIST || errno == ENOENT;
         if (fileIsNew) zatOSWIpcRevokeServerIpcKey(globalName);
         return {ZAT_IPC_SEMGET_FAILED, again};
     }
@@ -94,10 +108,10 @@ static GlobalAttempt tryGlobal(IpcLock& lock, int& semId, bool& created) {
 }
 
 /* Finds or makes the global semaphore and takes it. */
-static ZatStatus takeGlobal(IpcLock& lock, int& semId, bool& created) {
+static ZatStatus takeGlobal(IpcLock& lock, GlobalSem& global) {
     GlobalAttempt attempt = {ZAT_IPC_SEMOP_FAILED, true};
     for (int i = 0; i < 100 && attempt.again; ++i)
-        attempt = tryGlobal(lock, semId, created);
+        attempt = tryGlobal(lock, global);
     return attempt.status;
 }
 
@@ -120,6 +134,7 @@ static void removeAll(IpcLock& global, int semId) {
     global.forget();
 }
 
+/* The lists are empty by now. */
 static void forgetLocks() {
     for (IpcTypeState& type : oswIpcTypes)
         type.lockSem = -1;
@@ -136,32 +151,26 @@ static void leaveTable(IpcLock& global, int semId) {
 }
 
 static ZatStatus openTypeLocks() {
+    const bool isComplete = oswIpcTableIsComplete();
     for (uint32_t type = 0; type < IPC_TYPES; ++type) {
         const ZatStatus status =
-            openTypeLock(oswIpcKinds[type].lockName, oswIpcTypes[type].lockSem);
+            openTypeLock(oswIpcKinds[type].lockName, isComplete, oswIpcTypes[type].lockSem);
         if (status != ZAT_OK) return status;
     }
+    oswIpcCompleteTable();
     return ZAT_OK;
 }
 
-static ZatStatus joinTable(IpcLock& global, int semId, bool created) {
-    ZatStatus status = oswIpcJoinPages();
+static ZatStatus joinTable(IpcLock& lock, const GlobalSem& global) {
+    ZatStatus status = oswIpcJoinPages(global.key);
     if (status != ZAT_OK) {
         /* With a semaphore that was there, the table may be others'. */
-        if (created) removeAll(global, semId);
+        if (global.created) removeAll(lock, global.id);
         return status;
     }
     status = openTypeLocks();
-    if (status != ZAT_OK) leaveTable(global, semId);
+    if (status != ZAT_OK) leaveTable(lock, global.id);
     return status;
-}
-
-static void emptyLists() {
-    for (IpcTypeState& type : oswIpcTypes) {
-        zatCLBLstInit(&type.handles);
-        zatCLBLstInit(&type.locals);
-        type.byHandle = {};
-    }
 }
 
 ZatStatus zatOSWIpcInit(void) {
@@ -171,20 +180,18 @@ ZatStatus zatOSWIpcInit(void) {
     oswIpcPrepareSignal();
     static pthread_once_t once = PTHREAD_ONCE_INIT;
     pthread_once(&once, [] { pthread_atfork(nullptr, nullptr, noteProcess); });
-    IpcLock global;
-    int semId = -1;
-    bool created = false;
-    ZatStatus status = takeGlobal(global, semId, created);
+    IpcLock lock;
+    GlobalSem global = {0, -1, false};
+    ZatStatus status = takeGlobal(lock, global);
     if (status != ZAT_OK) return status;
     if (initCount > 0) {
         ++initCount;
         return ZAT_OK;
     }
     noteProcess();
-    emptyLists();
-    status = joinTable(global, semId, created);
+    status = joinTable(lock, global);
     if (status != ZAT_OK) return status;
-    oswIpcGlobalSem = semId;
+    oswIpcGlobalSem = global.id;
     __atomic_store_n(&initCount, 1, __ATOMIC_RELEASE);
     return ZAT_OK;
 }

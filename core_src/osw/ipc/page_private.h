@@ -151,8 +151,13 @@ struct IpcPlace {
 /* The calls below run under the global semaphore. Statuses: ZAT_OK, ZAT_IPC_SHMGET_FAILED,
  * ZAT_IPC_SHMAT_FAILED, ZAT_IPC_NO_MEMORY or one of zatOSWIpcGetServerIpcKey(). */
 
-/* Opens page 0, or makes it, and counts this process in it. */
-ZatStatus oswIpcJoinPages();
+/* Opens page 0, whose name has the key, or makes it, and counts this process in it. */
+ZatStatus oswIpcJoinPages(uint32_t key);
+
+/* Whether page 0 and the type locks are all there. A maker that is killed on the way leaves a table
+ * without the count of its pages, which is written last. */
+bool oswIpcTableIsComplete();
+void oswIpcCompleteTable();
 
 /* Takes this process off the count; whether it was the last one. The pages stay attached. */
 bool oswIpcLeaveProcesses();

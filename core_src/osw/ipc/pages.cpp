@@ -48,6 +48,14 @@ static void removePage(int segmentId, const char* name) {
     zatOSWIpcRevokeServerIpcKey(name);
 }
 
+bool oswIpcTableIsComplete() {
+    return oswIpcFirstPage()->pageCount > 0;
+}
+
+void oswIpcCompleteTable() {
+    if (!oswIpcTableIsComplete()) oswIpcPublish(oswIpcFirstPage()->pageCount, 1);
+}
+
 /* Makes a new page under its name and attaches it, or leaves nothing. */
 static ZatStatus makePage(const char* name, uint32_t key, IpcPageRecord** record) {
     const int id = shmget(static_cast<key_t>(key), sizeof(IpcGlobalPage), ipcCreateFlags);
@@ -67,9 +75,7 @@ static ZatStatus openFirstPage(uint32_t key, IpcPageRecord** record) {
     if (id < 0) return ZAT_IPC_SHMGET_FAILED;
     const ZatStatus status = attachPage(id, record);
     if (status != ZAT_OK) return status;
-    /* Its maker may have been killed before it was complete; the count is written last. */
-    IpcGlobalPage& page = *(*record)->page;
-    if (page.pageCount == 0) page.nextShmId = -1;
+    if (!oswIpcTableIsComplete()) (*record)->page->nextShmId = -1;
     return ZAT_OK;
 }
 
@@ -88,17 +94,15 @@ static IpcPageRecord* firstRecord() {
     return reinterpret_cast<IpcPageRecord*>(pages.first);
 }
 
-ZatStatus oswIpcJoinPages() {
-    uint32_t key = 0;
-    ZatStatus status = zatOSWIpcGetServerIpcKey(pageName, 0, &key);
-    if (status != ZAT_OK) return status;
+/* Opening comes first: that is what all processes but one do. */
+ZatStatus oswIpcJoinPages(uint32_t key) {
     IpcPageRecord* record = nullptr;
-    status = makePage(pageName, key, &record);
-    if (status == ZAT_IPC_SHMGET_FAILED && errno == EEXIST) status = openFirstPage(key, &record);
+    ZatStatus status = openFirstPage(key, &record);
+    if (status == ZAT_IPC_SHMGET_FAILED && errno == ENOENT)
+        status = makePage(pageName, key, &record);
     if (status != ZAT_OK) return status;
     ++record->page->processCount;
     countLiving(*record);
-    if (record->page->pageCount == 0) oswIpcPublish(record->page->pageCount, 1);
     return ZAT_OK;
 }
 
