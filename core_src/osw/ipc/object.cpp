@@ -205,6 +205,6 @@ void oswIpcDispose(IpcHandle* handle) {
         shmdt(handle->part.address);
     if (handle->type == IPC_SE_LOCK)
         for (IpcSharedHolder* holder : zatWalk<IpcSharedHolder>(&handle->lock.sharedHolders))
-            zatOSWOrgFreeMemPart(0, holder);
+            zatOSWOrgFree(holder);
     zatOSWOrgFreeMemPart(0, handle);
 }

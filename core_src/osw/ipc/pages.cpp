@@ -22,13 +22,14 @@ void* oswIpcAttach(int segmentId) {
     return address == reinterpret_cast<void*>(-1) ? nullptr : address;
 }
 
-/* Attaches a page and puts it at the end of the list. */
+/* Attaches a page and puts it at the end of the list. Memory that is missing is not fatal here: the
+ * message would be written under a lock semaphore. */
 static ZatStatus attachPage(int segmentId, IpcPageRecord** record) {
-    auto* made = static_cast<IpcPageRecord*>(zatOSWSubAllocMem(sizeof(IpcPageRecord)));
+    auto* made = static_cast<IpcPageRecord*>(zatOSWOrgMalloc(sizeof(IpcPageRecord)));
     if (made == nullptr) return ZAT_IPC_NO_MEMORY;
     void* page = oswIpcAttach(segmentId);
     if (page == nullptr) {
-        zatOSWOrgFreeMemPart(0, made);
+        zatOSWOrgFree(made);
         return ZAT_IPC_SHMAT_FAILED;
     }
     *made = {{}, static_cast<IpcGlobalPage*>(page), segmentId};
@@ -40,7 +41,7 @@ static ZatStatus attachPage(int segmentId, IpcPageRecord** record) {
 static void detachPage(IpcPageRecord& record) {
     zatCLBLstDelete(&pages, &record);
     shmdt(record.page);
-    zatOSWOrgFreeMemPart(0, &record);
+    zatOSWOrgFree(&record);
 }
 
 static void removePage(int segmentId, const char* name) {

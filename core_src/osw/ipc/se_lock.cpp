@@ -86,7 +86,8 @@ static ZatStatus takeShared(IpcHandle& handle, void*) {
         ++holder->holds;
         ++handle.lock.sharedTotal;
     } else {
-        holder = static_cast<IpcSharedHolder*>(zatOSWSubAllocMem(sizeof(IpcSharedHolder)));
+        holder = static_cast<IpcSharedHolder*>(zatOSWOrgMalloc(sizeof(IpcSharedHolder)));
+        /* Quietly: a message would be written under the lock. */
         if (holder == nullptr) return ZAT_IPC_NO_MEMORY;
         *holder = {{}, oswIpcCaller(), 1};
         zatCLBLstAdd(&handle.lock.sharedHolders, holder);
@@ -105,7 +106,7 @@ static ZatStatus dropShared(IpcHandle& handle, IpcSharedHolder& holder, uint32_t
     holder.holds -= holds;
     if (holder.holds == 0) {
         zatCLBLstDelete(&handle.lock.sharedHolders, &holder);
-        zatOSWOrgFreeMemPart(0, &holder);
+        zatOSWOrgFree(&holder);
     }
     /* The total may be less than the sum of the holds. */
     handle.lock.sharedTotal -= std::min(handle.lock.sharedTotal, holds);
