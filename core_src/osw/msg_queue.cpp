@@ -102,9 +102,10 @@ ZatStatus zatOSWDeleteMsgQueue(ZatMsgQueue queue) {
     if (record == nullptr) return ZAT_OK;
     zatOSWDeleteCountSem(record->msgSem);
     if (!record->growable) zatOSWDeleteCountSem(record->slotSem);
-    zatOSWOrgFreeMemPart(0, record->buffer);
     zatCLBLstDelete(&oswMsgQueues.objects, record);
     oswIndexRemove(byHandle, record->byHandle);
+    lock.release();
+    zatOSWOrgFreeMemPart(0, record->buffer);
     zatOSWOrgFreeMemPart(0, record);
     return ZAT_OK;
 }
@@ -143,8 +144,9 @@ static ZatStatus place(OswMsgQueue& queue, const Message& message) {
     return ZAT_OK;
 }
 
-/* Makes room in a full ring: what lies from the tail on moves up by one step. */
-static ZatStatus grow(OswMsgQueue& queue, uint32_t capacity) {
+/* Makes room in a full ring: what lies from the tail on moves up by one step. The old buffer is the
+ * caller's to free. */
+static ZatStatus grow(OswMsgQueue& queue, uint32_t capacity, void** oldBuffer) {
     void* memory = nullptr;
     const ZatStatus status = allocate(&memory, oswArraySize(capacity, queue.msgSize));
     if (status != ZAT_OK) return status;
@@ -153,7 +155,7 @@ static ZatStatus grow(OswMsgQueue& queue, uint32_t capacity) {
     const uint32_t highBytes = (queue.msgCount - queue.tail) * queue.msgSize;
     memcpy(buffer, queue.buffer, lowBytes);
     memcpy(buffer + lowBytes + queue.growStep * queue.msgSize, queue.buffer + lowBytes, highBytes);
-    zatOSWOrgFreeMemPart(0, queue.buffer);
+    *oldBuffer = queue.buffer;
     queue.buffer = buffer;
     queue.head += queue.growStep;
     queue.capacity = capacity;
@@ -165,9 +167,11 @@ static ZatStatus sendGrowing(OswMsgQueue& queue, const Message& message, OswLock
     if (queue.msgCount != queue.capacity) return place(queue, message);
     const uint32_t msgSize = queue.msgSize;
     const uint32_t capacity = queue.msgCount + queue.growStep;
-    ZatStatus status = grow(queue, capacity);
+    void* oldBuffer = nullptr;
+    ZatStatus status = grow(queue, capacity, &oldBuffer);
     if (status == ZAT_OK) status = place(queue, message);
     lock.release();
+    zatOSWOrgFreeMemPart(0, oldBuffer);
     oswReport(OSW_REPORT_WARNING, "<Warning>:MessageQueueGrown:qid=%d size=%d length=%d\n",
               static_cast<int>(oswWord(&queue)), static_cast<int>(capacity),
               static_cast<int>(msgSize));

@@ -76,14 +76,16 @@ ZatStatus oswSemPublish(Sem* sem, ZatHandle* handle) {
     return ZAT_OK;
 }
 
-/* Under the list lock, with nobody inside: ends a record. On an error it stays in place. */
+/* Under the list lock, with nobody inside: ends a record, which nobody finds any more when the lock
+ * is given up. On an error it stays in place. */
 template <class Sem>
-ZatStatus oswSemDestroy(Sem* sem) {
+ZatStatus oswSemDestroy(Sem* sem, OswSemLocks& locks) {
     if (const int error = pthread_cond_destroy(&sem->cond); error != 0)
         return static_cast<ZatStatus>(error);
     if (const int error = pthread_mutex_destroy(&sem->mutex); error != 0)
         return static_cast<ZatStatus>(error);
     zatCLBLstDelete(&oswKindOf(sem).objects, sem);
+    locks.list.release();
     oswReleaseRecord(sem);
     return ZAT_OK;
 }
@@ -101,7 +103,7 @@ ZatStatus oswSemDelete(Sem* sem, OswSemLocks& locks) {
         return static_cast<ZatStatus>(pthread_cond_broadcast(&sem->cond));
     }
     locks.inner.release();
-    return oswSemDestroy(sem);
+    return oswSemDestroy(sem, locks);
 }
 
 /* Deletes a semaphore that anybody may delete. */
@@ -142,7 +144,7 @@ ZatStatus oswSemLeave(Sem* sem, OswSemLocks& locks, ZatStatus result) {
     locks.inner.release();
     if (const ZatStatus error = locks.list.take(oswKindOf(sem).lock); error != ZAT_OK) return error;
     if (!deleted) return result;
-    if (last) oswSemDestroy(sem);
+    if (last) oswSemDestroy(sem, locks);
     return ZAT_FAILED;
 }
 
@@ -175,7 +177,7 @@ class OswStandby {
         if (sem->valid) return ZAT_OK;
         const bool last = oswSemIsUnused(*sem);
         locks_.inner.release();
-        if (last) oswSemDestroy(sem);
+        if (last) oswSemDestroy(sem, locks_);
         return ZAT_FAILED;
     }
 
