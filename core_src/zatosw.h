@@ -6,6 +6,7 @@
 #define ZATOSW_H
 
 #include "clb/clb.h"
+#include "gen/gen.h"
 #include "osw/ipc/ipc.h"
 #include "osw/osw.h"
 

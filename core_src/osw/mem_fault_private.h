@@ -1,5 +1,6 @@
 /*
- * Memory faults are fatal: a message, a deliberate crash, and a last line if the process survives.
+ * Memory faults are fatal: a message, a deliberate crash, and, if the process survives, a last line
+ * with which the calling task ends.
  */
 #ifndef ZATOSW_OSW_MEM_FAULT_PRIVATE_H
 #define ZATOSW_OSW_MEM_FAULT_PRIVATE_H

@@ -9,9 +9,11 @@
  * explicit partition carry an 8-byte tag only. Both kinds are aligned to 8 bytes.
  *
  * Faults are fatal. Every allocation that fails otherwise than by exhaustion of a partition, and
- * every free that fails, writes a "<Fatal>:" message to the trace, stores to address 0, and so ends
- * the process; only a process that survives the store gets the status that the call documents. A
- * null out pointer is no fault: the call answers ZAT_FAILED.
+ * every free that fails, writes a "<Fatal>:" message to the trace (component 0x2002, which is
+ * silent until its masks are set) and stores to address 0, and so ends the process. In a process
+ * that survives the store, because it has mapped that address, the calling task ends as by
+ * zatOSWExitTask() with all ones. The calls say what is fatal; they do not return from it. A null
+ * out pointer is no fault: the call answers ZAT_FAILED.
  *
  * All calls may be made from any task. An explicit partition is guarded by a System V semaphore of
  * its own: a call waits while another task or process works on the same partition, and the kernel
@@ -64,10 +66,11 @@ ZATOSW_API ZatStatus zatOSWDeleteMemPart(ZatPartition partition);
  * @param sizeBytes  size; not 0 in an explicit partition
  *
  * @return ZAT_OK                  out holds the block
- * @return ZAT_OSW_PART_EXHAUSTED  no free block is large enough; the only quiet failure
- * @return ZAT_OSW_PART_BAD_SIZE   sizeBytes is 0 (fatal)
- * @return ZAT_FAILED              the system partition cannot be made (fatal)
- * @return the error number of taking the partition's semaphore (fatal)
+ * @return ZAT_OSW_PART_EXHAUSTED  no free block is large enough
+ * @return ZAT_FAILED              out is null
+ *
+ * Fatal: size 0 in an explicit partition; the system partition cannot be made; the partition's
+ * semaphore cannot be taken.
  */
 ZATOSW_API ZatStatus zatOSWSysAllocMemPart(ZatPartition partition, void** out, uint32_t sizeBytes);
 
@@ -87,12 +90,12 @@ ZATOSW_API ZatStatus zatOSWSysAllocBottomMemPart(ZatPartition partition, void** 
  * @param alignment  power of two, in bytes
  * @param sizeBytes  size; not 0; rounded up to a multiple of the alignment
  *
- * @return ZAT_OK                      out holds the block
- * @return ZAT_OSW_PART_EXHAUSTED      no free block is large enough; the only quiet failure
- * @return ZAT_OSW_PART_BAD_ALIGNMENT  alignment is 0 or no power of two (fatal)
- * @return ZAT_OSW_PART_BAD_ADDRESS    partition is 0 (fatal)
- * @return ZAT_OSW_PART_BAD_SIZE       sizeBytes is 0 (fatal)
- * @return the error number of taking the partition's semaphore (fatal)
+ * @return ZAT_OK                  out holds the block
+ * @return ZAT_OSW_PART_EXHAUSTED  no free block is large enough
+ * @return ZAT_FAILED              out is null
+ *
+ * Fatal: an alignment that is 0 or no power of two; partition 0; size 0; the partition's semaphore
+ * cannot be taken.
  */
 ZATOSW_API ZatStatus zatOSWSysAlignAllocMemPart(ZatPartition partition, void** out,
                                                 uint32_t alignment, uint32_t sizeBytes);
@@ -108,9 +111,9 @@ ZATOSW_API ZatStatus zatOSWSysAlignAllocBottomMemPart(ZatPartition partition, vo
  * @param block      the block; freeing one twice in an explicit partition is not noticed and
  *                   corrupts it
  *
- * @return ZAT_OK                    the block is free; also after the report of a damaged header,
- *                                   and when the partition's semaphore could not be taken
- * @return ZAT_OSW_PART_BAD_ADDRESS  block lies outside the partition (fatal)
+ * @return ZAT_OK  the block is free; also when the partition's semaphore could not be taken
+ *
+ * Fatal: a block outside the partition; a damaged header, which is dumped.
  */
 ZATOSW_API ZatStatus zatOSWSysFreeMemPart(ZatPartition partition, void* block);
 
@@ -166,10 +169,11 @@ ZATOSW_API ZatStatus zatOSWSysGetAllocSizeMemPart(ZatPartition partition, const 
  * @param sizeBytes  size; not 0 in an explicit partition
  *
  * @return ZAT_OK                  out holds the block
- * @return ZAT_OSW_PART_EXHAUSTED  no free block is large enough; the only quiet failure
- * @return ZAT_OSW_PART_BAD_SIZE   sizeBytes is 0 in an explicit partition (fatal)
- * @return ZAT_FAILED              the process heap is exhausted (fatal)
- * @return the error number of taking the partition's semaphore (fatal)
+ * @return ZAT_OSW_PART_EXHAUSTED  no free block is large enough
+ * @return ZAT_FAILED              out is null
+ *
+ * Fatal: size 0 in an explicit partition; the process heap is exhausted; the partition's semaphore
+ * cannot be taken.
  *
  * From partition 0 it waits only for the registry lock.
  */
@@ -181,9 +185,9 @@ ZATOSW_API ZatStatus zatOSWOrgAllocMemPart(ZatPartition partition, void** out, u
  * @param partition  the block's partition; 0 = the process heap
  * @param block      the block; null is ignored
  *
- * @return ZAT_OK                    the block is free; also after the report of a damaged header,
- *                                   and when the partition's semaphore could not be taken
- * @return ZAT_OSW_PART_BAD_ADDRESS  block lies outside the partition (fatal)
+ * @return ZAT_OK  the block is free; also when the partition's semaphore could not be taken
+ *
+ * Fatal: a block outside the partition; a damaged header, which is dumped.
  */
 ZATOSW_API ZatStatus zatOSWOrgFreeMemPart(ZatPartition partition, void* block);
 
@@ -192,8 +196,8 @@ ZATOSW_API ZatStatus zatOSWOrgFreeMemPart(ZatPartition partition, void* block);
 ZATOSW_API ZatStatus zatOSWOrgReAllocMemPart(ZatPartition partition, void** out, void* old,
                                              uint32_t sizeBytes);
 
-/** Allocates sizeBytes from the process heap with the checked header; null (and fatal) when the
- *  heap is exhausted. Free it with zatOSWOrgFreeMemPart() and partition 0. */
+/** Allocates sizeBytes from the process heap with the checked header. An exhausted heap is
+ *  fatal. Free it with zatOSWOrgFreeMemPart() and partition 0. */
 ZATOSW_API void* zatOSWSubAllocMem(uint32_t sizeBytes);
 
 /** Allocates count x elementSizeBytes zeroed bytes; otherwise as zatOSWSubAllocMem(). A product
@@ -201,7 +205,7 @@ ZATOSW_API void* zatOSWSubAllocMem(uint32_t sizeBytes);
 ZATOSW_API void* zatOSWSubCallocMem(uint32_t count, uint32_t elementSizeBytes);
 
 /** Moves a block of zatOSWSubAllocMem() into one of another size; null when sizeBytes is 0, which
- *  frees it, and (fatal) when the heap is exhausted. */
+ *  frees it. An exhausted heap is fatal. */
 ZATOSW_API void* zatOSWSubReAllocMem(void* old, uint32_t sizeBytes);
 
 /** malloc(): no header, charged to nobody, quietly null when the heap is exhausted. */

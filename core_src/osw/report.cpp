@@ -1,33 +1,24 @@
-/*
- * The library's own messages go to standard error, each in one write so that lines of different
- * tasks do not mix. The trace calls take this place over when they are there.
- */
+/* The library's own messages leave it through the trace, as those of component "OSW", level 0. */
 
 #include "osw/report_private.h"
 
 #include <stdarg.h>
 #include <stdio.h>
-#include <string.h>
 
 #include <algorithm>
 
-#include "osw/errno_private.h"
+#include "gen/trace/output_private.h"
 #include "osw/lock_private.h"
 
-static constexpr uint32_t textSize = 1280;
 static constexpr uint32_t dumpBytesPerLine = 16;
 
 void oswReport(uint32_t type, const char* format, ...) {
-    (void)type;
-    const OswKeepErrno keepErrno;
     /* What has been done is reported, also by a task that is deleted meanwhile. */
     const OswUncancellable uncancellable;
-    char text[textSize];
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(text, sizeof text, format, arguments);
+    genTrcVPrintf(OSW_REPORT_COMPONENT, type, 0, format, arguments);
     va_end(arguments);
-    fprintf(stderr, "OSW:%s", text);
 }
 
 static void formatDumpLine(char* hex, char* characters, const uint8_t* data, uint32_t count) {

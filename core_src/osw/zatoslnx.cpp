@@ -12,6 +12,7 @@
 
 #include <atomic>
 
+#include "gen/trace/settings.h"
 #include "osw/event_sem.h"
 #include "osw/init.h"
 #include "osw/ipc/ipc_init.h"
@@ -58,22 +59,26 @@ static void emptyLists() {
         zatCLBLstInit(&kind->objects);
 }
 
-static OswTaskRecord* registerMainTask() {
+static bool registerMainTask() {
     OswTaskRecord* record = oswRegistryPrepare() ? oswNewTaskRecord() : nullptr;
-    if (record == nullptr) return nullptr;
+    if (record == nullptr) return false;
     record->kernelTid = gettid();
     record->threadId = mainThread = oswSelf();
     record->permanent = 1;
     strncpy(record->name, "mainThread", sizeof record->name);
     oswRegistryAdd(*record);
     oswRegistryAdopt(*record);
-    return record;
+    return true;
 }
 
 /* The layers above the core, in the order in which they come up: each joins here when it lands,
  * the inter-process layer first, then the trace. */
 static ZatStatus startLayers() {
-    return zatOSWIpcInit();
+    ZatStatus status = zatOSWIpcInit();
+    if (status != ZAT_OK) return status;
+    status = zatGENTrcInit();
+    if (status != ZAT_OK) zatOSWIpcTerm();
+    return status;
 }
 
 /* And the way down: the inter-process layer. */
@@ -81,20 +86,56 @@ static void stopLayers() {
     zatOSWIpcTerm();
 }
 
+/* What the library itself has made; a second call finds it gone already. */
+static void releaseOwnObjects() {
+    if (internalEvent != 0) zatOSWDeleteEventSem(internalEvent);
+    internalEvent = 0;
+    OswLock lock(oswRegistryLock);
+    OswTaskRecord* main = oswOldestTask(mainThread);
+    if (main == nullptr || !main->permanent) return;
+    oswRegistryRemove(*main);
+    free(main);
+}
+
+/* An initialisation under way; undone at the end of the scope unless it was finished, also when a
+ * fatal message ends the task. */
+class BringUp {
+  public:
+    BringUp() { initialising = 1; }
+    BringUp(const BringUp&) = delete;
+    BringUp& operator=(const BringUp&) = delete;
+    ~BringUp() {
+        initialising = 0;
+        if (!hasLocks_) return;
+        releaseOwnObjects();
+        emptyLists();
+        destroyKindLocks(kindCount);
+    }
+
+    ZatStatus createLocks() {
+        const ZatStatus status = createKindLocks();
+        hasLocks_ = status == ZAT_OK;
+        return status;
+    }
+
+    void finish() { hasLocks_ = false; }
+
+  private:
+    bool hasLocks_ = false;
+};
+
 static ZatStatus bringUp() {
-    if (const ZatStatus status = createKindLocks(); status != ZAT_OK) return status;
+    BringUp attempt;
+    if (const ZatStatus status = attempt.createLocks(); status != ZAT_OK) return status;
     emptyLists();
     oswResetPartitionLock();
     oswReadStackLimits();
-    OswTaskRecord* main = registerMainTask();
-    if (main != nullptr && zatOSWCreateEventSem(&internalEvent, 0, 0) == ZAT_OK &&
-        startLayers() == ZAT_OK)
-        return ZAT_OK;
-    /* The list must not keep a record that is freed. */
-    emptyLists();
-    free(main);
-    destroyKindLocks(kindCount);
-    return ZAT_FAILED;
+    if (!registerMainTask() || zatOSWCreateEventSem(&internalEvent, 0, 0) != ZAT_OK ||
+        startLayers() != ZAT_OK)
+        return ZAT_FAILED;
+    initialised.store(1, std::memory_order_release);
+    attempt.finish();
+    return ZAT_OK;
 }
 
 ZatStatus zatOSWInit(void) {
@@ -103,24 +144,13 @@ ZatStatus zatOSWInit(void) {
     if (const ZatStatus status = lock.take(initLock); status != ZAT_OK) return status;
     if (initialised.load(std::memory_order_relaxed) != 0 || initialising != 0) return ZAT_OK;
     const OswUncancellable uncancellable;
-    initialising = 1;
-    const ZatStatus status = bringUp();
-    if (status == ZAT_OK) initialised.store(1, std::memory_order_release);
-    initialising = 0;
-    return status;
+    return bringUp();
 }
 
 ZatStatus zatOSWTerm(void) {
     if (initialised.load(std::memory_order_acquire) == 0) return ZAT_OK;
     stopLayers();
     OswLock lock(initLock);
-    /* A second call finds the event and the record gone already. */
-    if (internalEvent != 0) zatOSWDeleteEventSem(internalEvent);
-    internalEvent = 0;
-    OswLock registry(oswRegistryLock);
-    OswTaskRecord* main = oswOldestTask(mainThread);
-    if (main == nullptr || !main->permanent) return ZAT_OK;
-    oswRegistryRemove(*main);
-    free(main);
+    releaseOwnObjects();
     return ZAT_OK;
 }

@@ -69,6 +69,7 @@ TEST_P(MsgQueueModel, HoldsWhatADoubleEndedQueueWould) {
     const ZatMsgQueue queue = make(capacity, GetParam());
     std::deque<std::string> model;
     std::string grown;
+    passOwnMessages();
     testing::internal::CaptureStderr();
     for (int step = 0; step < 3000 && !HasFatalFailure(); ++step) {
         /* First more sends than receives, so that a growable queue grows some times. */

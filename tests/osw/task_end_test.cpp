@@ -218,6 +218,7 @@ uint32_t useStackAndEnd(uint32_t percent, uint32_t end) {
 }
 
 TEST(TaskStack, IsWarnedAboutWhenItIsNearlyUsedUp) {
+    passOwnMessages();
     for (uint32_t end : {0u, 1u, 2u}) {
         for (uint32_t percent : {70u, 79u}) {
             testing::internal::CaptureStderr();

@@ -13,6 +13,7 @@
 #include <string>
 #include <utility>
 
+#include "gen/gen.h"
 #include "osw/mem_checker.h"
 #include "osw/osw.h"
 #include "support/support.h"
@@ -128,6 +129,13 @@ inline zatOSWTaskInfo infoOf(ZatTaskId task) {
     zatOSWTaskInfo info;
     zatOSWGetTaskInfo(task, &info);
     return info;
+}
+
+/** Lets the library's own messages through to standard error; they are held back at first. */
+inline void passOwnMessages() {
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    zatGENTrcAll(ZAT_GEN_SYSTEM);
+    zatGENTrcAll(0x2002);
 }
 
 /** Bytes of partition memory that were allocated by the calling task and are not freed yet. */

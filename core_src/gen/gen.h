@@ -1,0 +1,15 @@
+/**
+ * @file
+ * The general services: trace components, masks, hooks and output.
+ */
+#ifndef ZATOSW_GEN_GEN_H
+#define ZATOSW_GEN_GEN_H
+
+#include "trace/component.h"
+#include "trace/hook.h"
+#include "trace/mask.h"
+#include "trace/output.h"
+#include "trace/settings.h"
+#include "trace/trace_log.h"
+
+#endif

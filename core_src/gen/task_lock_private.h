@@ -1,0 +1,22 @@
+/* Holds the task lock for its scope: what the general services add, they add under it. */
+#ifndef ZATOSW_GEN_TASK_LOCK_PRIVATE_H
+#define ZATOSW_GEN_TASK_LOCK_PRIVATE_H
+
+#include "osw/fixed_lock.h"
+
+class GenTaskLock {
+  public:
+    GenTaskLock() = default;
+    GenTaskLock(const GenTaskLock&) = delete;
+    GenTaskLock& operator=(const GenTaskLock&) = delete;
+    ~GenTaskLock() {
+        if (held_) zatOSWUnlockTask();
+    }
+
+    bool isHeld() const { return held_; }
+
+  private:
+    const bool held_ = zatOSWLockTask() == ZAT_OK;
+};
+
+#endif

@@ -1,0 +1,130 @@
+// The registry of components against a plain map, and the 48 calls on their masks.
+
+#include "gen/trace/component.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "gen/trace/mask.h"
+#include "osw/init.h"
+#include "support/support.h"
+
+namespace {
+
+int32_t componentCount() {
+    int32_t count = 0;
+    EXPECT_EQ(zatGENGetTrcCompNum(&count), ZAT_OK);
+    return count;
+}
+
+TEST(Registry, HoldsTheLibrarysOwnComponents) {
+    EXPECT_EQ(componentCount(), 2) << "before the library is up";
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    const std::map<uint32_t, std::string> names = {
+        {0, "SYSTEM"},   {0xFFFFFFFF, "OTHERS"}, {0x2000, "GEN"}, {0x0030, "IPC"}, {0x2004, "EVT"},
+        {0x2007, "TOL"}, {0x2003, "TTR"},        {0x2002, "OSW"}, {0x2001, "CLB"}};
+    EXPECT_EQ(componentCount(), static_cast<int32_t>(names.size()));
+    for (const auto& [id, name] : names) {
+        const zatGENTrcComp* component = zatGENGetTrcMaskById(id);
+        ASSERT_NE(component, nullptr) << name;
+        EXPECT_EQ(component->name, name);
+        EXPECT_EQ(component->dumpsize, 64u);
+    }
+    EXPECT_EQ(zatGENGetTrcMaskByName("oSw"), zatGENGetTrcMask(0x2002));
+    EXPECT_EQ(zatGENGetTrcMaskByName("OS"), nullptr);
+    zatGENSetDumpSize(0x1234, 7);
+    EXPECT_EQ(zatGENGetTrcMask(ZAT_GEN_OTHERS)->dumpsize, 7u) << "stands in for unknown ones";
+}
+
+TEST(Registry, FindsRandomComponentsInSignedOrder) {
+    static constexpr const char* names[] = {"zero", "one", "two", "three"};
+    std::mt19937 random(testSeed());
+    std::map<int32_t, zatGENTrcComp*> model = {{-1, zatGENGetTrcMask(ZAT_GEN_OTHERS)},
+                                               {0, zatGENGetTrcMask(ZAT_GEN_SYSTEM)}};
+    std::vector<std::vector<zatGENTrcComp>> tables(100, std::vector<zatGENTrcComp>(12));
+    for (auto& table : tables) {
+        for (zatGENTrcComp& component : table) {
+            // Some ids come again, and so do those of SYSTEM and OTHERS.
+            const uint32_t id = random() % 8 == 0 ? random() % 4 - 1 : random() * 3;
+            component = {id, 0, 0, 0, 0, 0, 0, 64, names[random() % 4]};
+            model[static_cast<int32_t>(id)] = &component;
+        }
+        ASSERT_EQ(zatGENAddTraceId(table.data(), table.size()), ZAT_OK);
+        ASSERT_EQ(componentCount(), static_cast<int32_t>(model.size()));
+    }
+    std::map<std::string, zatGENTrcComp*> lowest;
+    for (const auto& [id, component] : model) {
+        lowest.insert({component->name, component});
+        EXPECT_EQ(zatGENGetTrcMaskById(static_cast<uint32_t>(id)), component) << id;
+        const uint32_t next = static_cast<uint32_t>(id) + 1;
+        if (model.count(static_cast<int32_t>(next)) != 0) continue;
+        EXPECT_EQ(zatGENGetTrcMaskById(next), nullptr);
+        EXPECT_EQ(zatGENGetTrcMask(next), model[-1]);
+    }
+    for (const auto& [name, component] : lowest)
+        EXPECT_EQ(zatGENGetTrcMaskByName(name.c_str()), component);
+}
+
+using Mask = uint16_t zatGENTrcComp::*;
+
+struct ChannelCalls {
+    Mask mask;
+    ZatStatus (*set)(uint32_t, uint32_t);
+    ZatStatus (*clr)(uint32_t, uint32_t);
+    ZatStatus (*zero)(uint32_t);
+    ZatStatus (*all)(uint32_t);
+    void (*clean)();
+    void (*full)();
+    ZatStatus (*clearAll)(uint32_t);
+    ZatStatus (*setAll)(uint32_t);
+};
+
+#define CALL_OF(channel, mask, operation, result, parameters, arguments) zatGEN##channel##operation,
+#define CALLS_OF(channel, mask) \
+    {&zatGENTrcComp::mask, ZAT_GEN_MASK_OPERATIONS(CALL_OF, channel, mask)},
+const ChannelCalls channels[] = {ZAT_GEN_CHANNELS(CALLS_OF)};
+
+TEST(Masks, AreChangedByTheCallsOfTheirChannelOnly) {
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    const uint32_t ids[] = {ZAT_GEN_SYSTEM, ZAT_GEN_OTHERS, 0x2000, 0x2002};
+    constexpr uint32_t unknown = 0x1234;
+    for (const ChannelCalls& calls : channels) {
+        for (const uint32_t id : ids)
+            *zatGENGetTrcMask(id) = {id, 0xFF0, 0xFF0, 0xFF0, 0xFF0, 0xFF0, 0xFF0, 64, "any"};
+        // The channel's masks of SYSTEM, OTHERS, GEN and OSW.
+        const auto expect = [&](const std::vector<uint16_t>& expected, const char* after) {
+            for (uint32_t i = 0; i < 4; ++i)
+                for (const ChannelCalls& other : channels)
+                    EXPECT_EQ(zatGENGetTrcMask(ids[i])->*other.mask,
+                              &other == &calls ? expected[i] : 0xFF0)
+                        << after << ", channel " << &calls - channels << ", component " << ids[i];
+        };
+        for (const uint32_t bit : {16u, 32u, 0xFFFFFFFFu}) {
+            EXPECT_EQ(calls.set(0x2002, bit), ZAT_GEN_BAD_MASK_BIT);
+            EXPECT_EQ(calls.clr(0x2002, bit), ZAT_GEN_BAD_MASK_BIT);
+            EXPECT_EQ(calls.setAll(bit), ZAT_GEN_BAD_MASK_BIT);
+            EXPECT_EQ(calls.clearAll(bit), ZAT_GEN_BAD_MASK_BIT);
+        }
+        expect({0xFF0, 0xFF0, 0xFF0, 0xFF0}, "bits out of range");
+        EXPECT_EQ(calls.set(0x2002, 15) | calls.set(ZAT_GEN_SYSTEM, 0) | calls.set(unknown, 1), 0u);
+        expect({0xFF1, 0xFF2, 0xFF0, 0x8FF0}, "Set");
+        EXPECT_EQ(calls.clr(0x2002, 4) | calls.clr(unknown, 0), 0u);
+        expect({0xFF1, 0xFF2, 0xFF0, 0x8FE0}, "Clr");
+        EXPECT_EQ(calls.setAll(14), ZAT_OK);
+        expect({0xFF1, 0x4FF2, 0x4FF0, 0xCFE0}, "SetAll");
+        EXPECT_EQ(calls.clearAll(11), ZAT_OK);
+        expect({0xFF1, 0x47F2, 0x47F0, 0xC7E0}, "ClearAll");
+        EXPECT_EQ(calls.all(0x2000) | calls.zero(0x2002), 0u);
+        expect({0xFF1, 0x47F2, 0xFFFF, 0}, "All and Zero");
+        calls.full();
+        expect({0xFF1, 0xFFFF, 0xFFFF, 0xFFFF}, "Full");
+        calls.clean();
+        expect({0xFF1, 0, 0, 0}, "Clean");
+    }
+}
+
+}  // namespace
