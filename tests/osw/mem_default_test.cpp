@@ -423,16 +423,16 @@ TEST(Fault, TellsInOrderWhatASurvivorSees) {
 
 TEST(Fault, OfTheSystemPartitionLetsTheNextCallTryAgain) {
     SKIP_IF_MEMORY_IS_CHECKED();
-    const std::string obstacle = testing::TempDir() + "file";
-    std::ofstream(obstacle) << "in the way";
-    const std::string usual = getenv("GEN_MSGQ_PATH");
-    setenv("GEN_MSGQ_PATH", (obstacle + "/keys/").c_str(), 1);
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    const std::string keys = getenv("GEN_MSGQ_PATH");
+    const std::string away = testing::TempDir() + "away";
+    ASSERT_EQ(rename(keys.c_str(), away.c_str()), 0);
     const Fault fault = badAllocation("zatOSWSysAllocMemPart",
                                       [](void** out) { zatOSWSysAllocMemPart(0, out, 8); });
     const auto text = survive(fault.call);
     if (!text) GTEST_SKIP() << "page 0 cannot be mapped";
     EXPECT_EQ(*text, fault.text);
-    setenv("GEN_MSGQ_PATH", usual.c_str(), 1);
+    ASSERT_EQ(rename(away.c_str(), keys.c_str()), 0);
     freeFrom(sys, allocateFrom(sys, 8));
 }
 
