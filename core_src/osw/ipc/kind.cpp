@@ -8,6 +8,7 @@
 #include "osw/count_sem.h"
 #include "osw/event_sem.h"
 #include "osw/ipc/msg_queue_private.h"
+#include "osw/ipc/shm_heap_private.h"
 #include "osw/msg_queue.h"
 #include "osw/mutex_sem.h"
 
@@ -135,6 +136,8 @@ static ZatStatus attachPart(IpcHandle& handle, bool isNew) {
     }
     handle.part.size = part.size;
     if (!isNew) return ZAT_OK;
+    /* Before others can find it. */
+    shmHeapFormat(shmHeapIn(handle.part.address, part.size));
     IpcGlobalPage& first = *oswIpcFirstPage();
     first.shmBytes += part.size;
     if (first.shmBytes > first.shmPeak) first.shmPeak = first.shmBytes;

@@ -188,7 +188,15 @@ void oswIpcForgetHandle(IpcHandle& handle) {
 }
 
 void oswIpcDropUse(IpcObjectEntry& entry) {
-    if (--entry.useCount == 0) oswIpcRemoveEntry(entry);
+    if (entry.useCount > 1) {
+        --entry.useCount;
+        return;
+    }
+    /* Where the global semaphore is not held, an object of another type may take the entry as soon
+     * as it is free: what goes with it is removed after a copy. */
+    IpcObjectEntry gone = entry;
+    oswIpcPublish(entry.useCount, 0);
+    oswIpcRemoveEntry(gone);
 }
 
 bool oswIpcCloseObject(IpcHandle& handle) {

@@ -160,9 +160,10 @@ ZatStatus oswIpcOpenObject(const char* name, uint32_t type, const IpcParameters&
                            IpcHandle** handle);
 
 /*
- * Takes one create of a handle back. Under the global and the type's lock semaphore. With the last
- * one of this process the handle leaves its list: the caller disposes of it when it has released
- * the type's lock. With the last one of all processes the object goes. Whether the handle went.
+ * Takes one create of a handle back. Under the global and the type's lock semaphore; for a
+ * partition the latter will do. With the last one of this process the handle leaves its list: the
+ * caller disposes of it when it has released the type's lock. With the last one of all processes
+ * the object goes. Whether the handle went.
  */
 bool oswIpcCloseObject(IpcHandle& handle);
 
