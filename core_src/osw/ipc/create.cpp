@@ -53,22 +53,29 @@ static ZatStatus createNamed(const char* name, uint32_t type, const IpcParameter
     return status;
 }
 
-ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& parameters,
-                       ZatHandle* handle, IpcMakeLocal makeLocal, const IpcLocalWords& words) {
-    const OswKeepErrno keepErrno;
+ZatStatus oswIpcCreateUnder(IpcLock& global, IpcLock& lock, const char* name, uint32_t type,
+                            const IpcParameters& parameters, ZatHandle* handle,
+                            IpcMakeLocal makeLocal, const IpcLocalWords& words) {
     ZatStatus status = zatOSWInit();
     if (status != ZAT_OK) return status;
     if (handle == nullptr) return ZAT_FAILED;
     if (name == nullptr && makeLocal == nullptr) return ZAT_IPC_BAD_PARAMETERS;
     const OswUncancellable uncancellable;
-    IpcLock global;
-    IpcLock lock;
     status = oswIpcLockGlobal(global);
     if (status == ZAT_OK) status = oswIpcLockType(lock, type);
     if (status != ZAT_OK) return status;
-    if (name == nullptr) return createLocal(type, handle, makeLocal, words);
-    status = createNamed(name, type, parameters, handle);
-    if (status != ZAT_OK) return status;
+    return name == nullptr ? createLocal(type, handle, makeLocal, words)
+                           : createNamed(name, type, parameters, handle);
+}
+
+ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& parameters,
+                       ZatHandle* handle, IpcMakeLocal makeLocal, const IpcLocalWords& words) {
+    const OswKeepErrno keepErrno;
+    IpcLock global;
+    IpcLock lock;
+    ZatStatus status =
+        oswIpcCreateUnder(global, lock, name, type, parameters, handle, makeLocal, words);
+    if (status != ZAT_OK || name == nullptr) return status;
     status = lock.release();
     if (status == ZAT_OK) status = global.release();
     if (status != ZAT_OK) oswIpcDelete(*handle, type);

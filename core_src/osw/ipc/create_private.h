@@ -19,6 +19,11 @@ using IpcMakeLocal = ZatStatus (*)(ZatHandle* object, const IpcLocalWords& words
 ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& parameters,
                        ZatHandle* handle, IpcMakeLocal makeLocal, const IpcLocalWords& words);
 
+/* The same with locks of the caller's, which are held when it returns ZAT_OK. */
+ZatStatus oswIpcCreateUnder(IpcLock& global, IpcLock& lock, const char* name, uint32_t type,
+                            const IpcParameters& parameters, ZatHandle* handle,
+                            IpcMakeLocal makeLocal, const IpcLocalWords& words);
+
 /* A created handle of which the creator still has to take the object; deleted at the end of the
  * scope, which a deletion of the waiting task ends too, unless it was finished. */
 class IpcCreated {

@@ -10,6 +10,7 @@
 #include "ipc_init.h"
 #include "ipc_status.h"
 #include "key.h"
+#include "mem_part.h"
 #include "msg_queue.h"
 #include "mutex_sem.h"
 #include "se_lock.h"
