@@ -1,0 +1,266 @@
+/*
+ * Processes that use every kind of shared object are killed at random points and replaced, ten
+ * thousand times. One process survives: its calls return in their time, and when the storm is over
+ * every object works, except for a mutex or a lock that a dead process holds.
+ */
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <zatosw/zatosw.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/selfstart.h"
+#include "support/support.h"
+
+namespace {
+
+constexpr uint32_t messageSize = 16;
+constexpr uint32_t capacity = 4;
+constexpr uint32_t memorySize = 4096;
+constexpr ZatTimeoutMs shortly = 3;
+
+/* Generous: a wake-up that a killed process took with it is missed for a second. */
+constexpr uint64_t inTimeMs = 8000;
+
+struct Objects {
+    ZatIpcHandle mutex = 0, count = 0, event = 0, lock = 0, queue = 0, timer = 0, memory = 0;
+
+    explicit Objects(const std::string& round) {
+        const char* name = round.c_str();
+        const ZatStatus made[] = {
+            zatOSWIpcCreateMutexSem(name, &mutex, 0, 1),
+            zatOSWIpcCreateCountSem(name, &count, 0, 1),
+            zatOSWIpcCreateEventSem(name, &event, 0, 0),
+            zatOSWIpcCreateSELock(name, &lock, 0, ZAT_SE_LOCK_FREE),
+            zatOSWIpcCreateMsgQueue(name, &queue, capacity, messageSize, 0),
+            zatOSWIpcCreateTimer(name, &timer, 16384),
+            zatOSWIpcCreateMemPart(&memory, name, memorySize),
+        };
+        for (const ZatStatus status : made)
+            EXPECT_EQ(status, ZAT_OK);
+    }
+
+    void close() {
+        EXPECT_EQ(zatOSWIpcDeleteMutexSem(mutex), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcDeleteCountSem(count), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcDeleteEventSem(event), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcDeleteSELock(lock), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcDeleteMsgQueue(queue), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcDeleteTimer(timer), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcDeleteMemPart(memory), ZAT_OK);
+    }
+};
+
+uint32_t fired;
+
+void onTimer(ZatTimer, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
+    __atomic_add_fetch(&fired, 1, __ATOMIC_RELAXED);
+}
+
+void useMemory(ZatIpcHandle memory, uint32_t size) {
+    void* block = nullptr;
+    if (zatOSWIpcAllocMemPart(memory, &block, size) == ZAT_OK) zatOSWIpcFreeMemPart(memory, block);
+}
+
+void useQueue(ZatIpcHandle queue, bool send) {
+    char message[messageSize] = "a message";
+    if (send)
+        zatOSWIpcSendMsgQueue(queue, message, sizeof message, shortly, 0);
+    else
+        zatOSWIpcReceiveMsgQueue(queue, message, sizeof message, shortly);
+}
+
+void useLock(ZatIpcHandle lock, bool shared) {
+    if (shared && zatOSWIpcRequestSharedLock(lock, shortly) == ZAT_OK)
+        zatOSWIpcReleaseSharedLock(lock);
+    if (!shared && zatOSWIpcRequestExclusiveLock(lock, shortly) == ZAT_OK)
+        zatOSWIpcReleaseExclusiveLock(lock);
+}
+
+/* One call, or a pair, that has a time-out of its own. */
+void useOne(const Objects& objects, uint32_t choice) {
+    switch (choice % 12) {
+    case 0:
+    case 1:
+        if (zatOSWIpcRequestMutexSem(objects.mutex, shortly) == ZAT_OK)
+            zatOSWIpcReleaseMutexSem(objects.mutex);
+        break;
+    case 2:
+        zatOSWIpcWaitCountSem(objects.count, shortly);
+        break;
+    case 3:
+        zatOSWIpcPostCountSem(objects.count);
+        break;
+    case 4:
+        zatOSWIpcWaitEventSem(objects.event, shortly);
+        break;
+    case 5:
+        zatOSWIpcPostEventSem(objects.event);
+        break;
+    case 6:
+        zatOSWIpcFlushEventSem(objects.event);
+        break;
+    case 7:
+    case 8:
+        useLock(objects.lock, choice % 12 == 7);
+        break;
+    case 9:
+    case 10:
+        useQueue(objects.queue, choice % 12 == 9);
+        break;
+    default:
+        useMemory(objects.memory, choice / 12 % 200 + 1);
+        if (choice % 5 == 0) zatOSWIpcStartTimer(objects.timer, 1, onTimer, 0);
+        break;
+    }
+}
+
+[[noreturn]] void work(const std::string& round, uint32_t seed) {
+    const Objects objects(round);
+    std::mt19937 random(seed);
+    for (;;)
+        useOne(objects, static_cast<uint32_t>(random()));
+}
+
+/* Forks the workers: the library comes up in each of them, and never here. */
+int storm(const std::vector<std::string>& arguments) {
+    const std::string round = arguments[0];
+    std::mt19937 random(static_cast<uint32_t>(std::stoul(arguments[1])));
+    int kills = std::stoi(arguments[2]);
+    std::vector<pid_t> workers(8);
+    const auto start = [&](pid_t& worker) {
+        const uint32_t seed = static_cast<uint32_t>(random());
+        worker = fork();
+        if (worker == 0) work(round, seed);
+    };
+    for (pid_t& worker : workers)
+        start(worker);
+    for (; kills > 0; --kills) {
+        usleep(static_cast<useconds_t>(random() % (emulated() ? 30000 : 1500)));
+        pid_t& worker = workers[random() % workers.size()];
+        kill(worker, SIGKILL);
+        waitpid(worker, nullptr, 0);
+        start(worker);
+    }
+    for (const pid_t worker : workers) {
+        kill(worker, SIGKILL);
+        waitpid(worker, nullptr, 0);
+    }
+    return 0;
+}
+
+const SelfRole stormRole("storm", storm);
+
+/* A mutex or lock is free, or held by a process that is gone. */
+void expectFreeOrOrphaned(ZatStatus request, ZatIpcHandle handle, uint32_t type) {
+    if (request == ZAT_OK) return;
+    EXPECT_EQ(request, ZAT_TIMED_OUT);
+    IpcStatus status = {};
+    EXPECT_EQ(zatOSWIpcQueryStatus(handle, type, &status), ZAT_OK);
+    EXPECT_NE(status.state, 0u);
+    const bool sharedHold = type == ZAT_IPC_TYPE_SE_LOCK && static_cast<int32_t>(status.state) > 0;
+    EXPECT_TRUE(sharedHold || kill(static_cast<pid_t>(status.process), 0) != 0);
+}
+
+void expectEventWorks(ZatIpcHandle event) {
+    EXPECT_EQ(zatOSWIpcResetEventSem(event), ZAT_OK);
+    EXPECT_EQ(zatOSWIpcPostEventSem(event), ZAT_OK);
+    EXPECT_EQ(zatOSWIpcWaitEventSem(event, ZAT_FOREVER), ZAT_OK);
+    EXPECT_EQ(zatOSWIpcFlushEventSem(event), ZAT_OK);
+    EXPECT_EQ(zatOSWIpcWaitEventSem(event, 0), ZAT_TIMED_OUT);
+}
+
+void expectQueueWorks(ZatIpcHandle queue) {
+    char message[messageSize];
+    uint32_t drained = 0;
+    while (zatOSWIpcReceiveMsgQueue(queue, message, sizeof message, 0) == ZAT_OK)
+        ++drained;
+    EXPECT_LE(drained, capacity);
+    for (char c = 'a'; c < 'a' + static_cast<int>(capacity); ++c) {
+        memset(message, c, sizeof message);
+        EXPECT_EQ(zatOSWIpcSendMsgQueue(queue, message, sizeof message, 0, 0), ZAT_OK);
+    }
+    EXPECT_EQ(zatOSWIpcSendMsgQueue(queue, message, sizeof message, 0, 0), ZAT_TIMED_OUT);
+    for (char c = 'a'; c < 'a' + static_cast<int>(capacity); ++c) {
+        EXPECT_EQ(zatOSWIpcReceiveMsgQueue(queue, message, sizeof message, 0), ZAT_OK);
+        EXPECT_EQ(message[0], c);
+    }
+}
+
+void expectTimerWorks(ZatIpcHandle timer) {
+    const uint32_t before = __atomic_load_n(&fired, __ATOMIC_RELAXED);
+    EXPECT_EQ(zatOSWIpcStartTimer(timer, 1, onTimer, 0), ZAT_OK);
+    EXPECT_TRUE(waitFor([&] { return __atomic_load_n(&fired, __ATOMIC_RELAXED) != before; }));
+}
+
+/* Nobody but this process is left. */
+void expectAllWorks(const Objects& objects) {
+    expectFreeOrOrphaned(zatOSWIpcRequestMutexSem(objects.mutex, shortly), objects.mutex,
+                         ZAT_IPC_TYPE_MUTEX);
+    expectFreeOrOrphaned(zatOSWIpcRequestExclusiveLock(objects.lock, shortly), objects.lock,
+                         ZAT_IPC_TYPE_SE_LOCK);
+    EXPECT_EQ(zatOSWIpcPostCountSem(objects.count), ZAT_OK);
+    EXPECT_EQ(zatOSWIpcWaitCountSem(objects.count, 0), ZAT_OK);
+    expectEventWorks(objects.event);
+    expectQueueWorks(objects.queue);
+    expectTimerWorks(objects.timer);
+    uint32_t largest = 0;
+    EXPECT_EQ(zatOSWIpcFindMaxFreeMemPart(objects.memory, &largest), ZAT_OK);
+    void* block = nullptr;
+    EXPECT_EQ(zatOSWIpcAllocMemPart(objects.memory, &block, 8), ZAT_OK);
+    EXPECT_EQ(zatOSWIpcFreeMemPart(objects.memory, block), ZAT_OK);
+}
+
+void weather(int round, int kills, std::mt19937& random) {
+    const std::string name = "storm" + std::to_string(round);
+    Objects objects(name);
+    const pid_t child = spawnSelf(
+        "storm", {name, std::to_string(static_cast<uint32_t>(random())), std::to_string(kills)});
+    uint64_t longestMs = 0;
+    while (waitpid(child, nullptr, WNOHANG) == 0) {
+        const Stopwatch stopwatch;
+        useOne(objects, static_cast<uint32_t>(random()));
+        longestMs = std::max(longestMs, stopwatch.elapsedMs());
+    }
+    const Stopwatch stopwatch;
+    expectAllWorks(objects);
+    objects.close();
+    EXPECT_LT(std::max(longestMs, stopwatch.elapsedMs()), inTimeMs) << name;
+}
+
+int systemVObjects() {
+    seminfo semaphores = {};
+    shm_info segments = {};
+    semctl(0, 0, SEM_INFO, &semaphores);
+    shmctl(0, SHM_INFO, reinterpret_cast<shmid_ds*>(&segments));
+    return semaphores.semusz + segments.used_ids;
+}
+
+TEST(KillStorm, LeavesTheSurvivorInWorkingOrder) {
+    const bool slow = emulated() || getenv("ZATOSW_WRAPPER") != nullptr;
+    const int rounds = slow ? 2 : 25;
+    const int kills = slow ? 20 : 400;
+    std::mt19937 random(testSeed());
+    for (int round = 0; round < rounds && !HasFailure(); ++round)
+        weather(round, kills, random);
+    zatOSWTerm();
+    if (getenv("ZATOSW_SHARED_IPC") != nullptr) return;
+    EXPECT_EQ(systemVObjects(), 0);
+    /* The use counts of the dead fill the table; the key files of its further pages stay. */
+    for (const auto& file : std::filesystem::directory_iterator(getenv("GEN_MSGQ_PATH")))
+        EXPECT_EQ(file.path().filename().string().rfind("zatoswipcglobalshm", 0), 0u);
+    EXPECT_FALSE(
+        std::filesystem::exists(std::string(getenv("GEN_MSGQ_PATH")) + "zatoswipcglobalshm"));
+}
+
+}  // namespace
