@@ -31,53 +31,49 @@ class LocalMaker {
     IpcLocalObject* local_;
 };
 
+/* Made without a lock: a process-local object may take its time, or fail with a message. */
 static ZatStatus createLocal(uint32_t type, ZatHandle* handle, IpcMakeLocal makeLocal,
                              const IpcLocalWords& words) {
+    if (makeLocal == nullptr) return ZAT_IPC_BAD_PARAMETERS;
     LocalMaker maker;
     if (!maker.isMade()) return ZAT_IPC_NO_MEMORY;
-    ZatHandle object = 0;
-    const ZatStatus status = makeLocal(&object, words);
+    IpcCreated object(oswIpcKinds[type].deleteLocal);
+    ZatStatus status = makeLocal(&object.handle, words);
     if (status != ZAT_OK) return status;
     /* Some of them answer ZAT_OK without an object when there is no memory. */
-    if (object == 0) return ZAT_IPC_NO_MEMORY;
-    maker.remember(type, object);
-    *handle = object;
+    if (object.handle == 0) return ZAT_IPC_NO_MEMORY;
+    IpcLock lock;
+    status = oswIpcLockType(lock, type);
+    if (status != ZAT_OK) return status;
+    maker.remember(type, object.handle);
+    *handle = object.finish();
     return ZAT_OK;
 }
 
-static ZatStatus createNamed(const char* name, uint32_t type, const IpcParameters& parameters,
-                             ZatHandle* handle) {
+ZatStatus oswIpcCreateNamed(IpcCreation& creation, const char* name, uint32_t type,
+                            const IpcParameters& parameters, ZatHandle* handle) {
+    const OswUncancellable uncancellable;
+    ZatStatus status = oswIpcLockGlobal(creation.global);
+    if (status == ZAT_OK) status = oswIpcLockType(creation.lock, type);
+    if (status != ZAT_OK) return status;
     IpcHandle* object = nullptr;
-    const ZatStatus status = oswIpcOpenObject(name, type, parameters, &object);
+    status = oswIpcOpenObject(name, type, parameters, creation.fresh, &object);
     if (status == ZAT_OK) *handle = oswWord(object);
     return status;
-}
-
-ZatStatus oswIpcCreateUnder(IpcLock& global, IpcLock& lock, const char* name, uint32_t type,
-                            const IpcParameters& parameters, ZatHandle* handle,
-                            IpcMakeLocal makeLocal, const IpcLocalWords& words) {
-    ZatStatus status = zatOSWInit();
-    if (status != ZAT_OK) return status;
-    if (handle == nullptr) return ZAT_FAILED;
-    if (name == nullptr && makeLocal == nullptr) return ZAT_IPC_BAD_PARAMETERS;
-    const OswUncancellable uncancellable;
-    status = oswIpcLockGlobal(global);
-    if (status == ZAT_OK) status = oswIpcLockType(lock, type);
-    if (status != ZAT_OK) return status;
-    return name == nullptr ? createLocal(type, handle, makeLocal, words)
-                           : createNamed(name, type, parameters, handle);
 }
 
 ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& parameters,
                        ZatHandle* handle, IpcMakeLocal makeLocal, const IpcLocalWords& words) {
     const OswKeepErrno keepErrno;
-    IpcLock global;
-    IpcLock lock;
-    ZatStatus status =
-        oswIpcCreateUnder(global, lock, name, type, parameters, handle, makeLocal, words);
-    if (status != ZAT_OK || name == nullptr) return status;
-    status = lock.release();
-    if (status == ZAT_OK) status = global.release();
+    ZatStatus status = zatOSWInit();
+    if (status != ZAT_OK) return status;
+    if (handle == nullptr) return ZAT_FAILED;
+    if (name == nullptr) return createLocal(type, handle, makeLocal, words);
+    IpcCreation creation(type);
+    status = oswIpcCreateNamed(creation, name, type, parameters, handle);
+    if (status != ZAT_OK) return status;
+    status = creation.lock.release();
+    if (status == ZAT_OK) status = creation.global.release();
     if (status != ZAT_OK) oswIpcDelete(*handle, type);
     return status;
 }

@@ -19,10 +19,18 @@ using IpcMakeLocal = ZatStatus (*)(ZatHandle* object, const IpcLocalWords& words
 ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& parameters,
                        ZatHandle* handle, IpcMakeLocal makeLocal, const IpcLocalWords& words);
 
-/* The same with locks of the caller's, which are held when it returns ZAT_OK. */
-ZatStatus oswIpcCreateUnder(IpcLock& global, IpcLock& lock, const char* name, uint32_t type,
-                            const IpcParameters& parameters, ZatHandle* handle,
-                            IpcMakeLocal makeLocal, const IpcLocalWords& words);
+/* What creating a named object holds, given up in the right order. */
+struct IpcCreation {
+    explicit IpcCreation(uint32_t type) : fresh(type) {}
+
+    IpcNewHandle fresh;
+    IpcLock global;
+    IpcLock lock;
+};
+
+/* The part of it that is done under the locks, which are held when it returns ZAT_OK. */
+ZatStatus oswIpcCreateNamed(IpcCreation& creation, const char* name, uint32_t type,
+                            const IpcParameters& parameters, ZatHandle* handle);
 
 /* A created handle of which the creator still has to take the object; deleted at the end of the
  * scope, which a deletion of the waiting task ends too, unless it was finished. */

@@ -5,6 +5,7 @@
 #include "gen/trace/output.h"
 #include "osw/errno_private.h"
 #include "osw/handle_private.h"
+#include "osw/init.h"
 #include "osw/ipc/create_private.h"
 #include "osw/ipc/mem_part_private.h"
 #include "osw/ipc/shm_heap_private.h"
@@ -35,16 +36,17 @@ static void* pointerIn(const ShmHeap& heap, uint32_t offset) {
 ZatStatus zatOSWIpcCreateMemPart(ZatIpcHandle* part, const char* name, uint32_t sizeBytes) {
     if (part == nullptr) return ZAT_FAILED;
     if (sizeBytes < shmSmallestSegment) return ZAT_IPC_BAD_PARAMETERS;
+    if (name == nullptr) return ZAT_IPC_BAD_PARAMETERS;
     const OswKeepErrno keepErrno;
-    IpcLock global;
-    IpcLock lock;
-    ZatIpcHandle made = 0;
-    const ZatStatus status =
-        oswIpcCreateUnder(global, lock, name, IPC_PARTITION, {sizeBytes, 0}, &made, nullptr, {});
+    ZatStatus status = zatOSWInit();
     if (status != ZAT_OK) return status;
-    if (lock.release() != ZAT_OK) {
+    IpcCreation creation(IPC_PARTITION);
+    ZatIpcHandle made = 0;
+    status = oswIpcCreateNamed(creation, name, IPC_PARTITION, {sizeBytes, 0}, &made);
+    if (status != ZAT_OK) return status;
+    if (creation.lock.release() != ZAT_OK) {
         /* The layer is broken; callers have always been told success, and no new object is made. */
-        global.forget();
+        creation.global.forget();
         return ZAT_OK;
     }
     *part = made;

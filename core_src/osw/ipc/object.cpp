@@ -120,51 +120,43 @@ static ZatStatus openEntry(IpcObjectEntry& entry, IpcHandle& handle,
     return ZAT_OK;
 }
 
-/* A handle that is being made; freed at the end of the scope unless it was finished. */
-class HandleMaker {
-  public:
-    explicit HandleMaker(uint32_t type)
-        : handle(static_cast<IpcHandle*>(zatOSWSubAllocMem(sizeof(IpcHandle)))) {
-        if (handle == nullptr) return;
-        memset(handle, 0, sizeof *handle);
-        handle->localRefs = 1;
-        handle->type = type;
-    }
-    HandleMaker(const HandleMaker&) = delete;
-    HandleMaker& operator=(const HandleMaker&) = delete;
-    ~HandleMaker() {
-        if (handle != nullptr) oswIpcDispose(handle);
-    }
+IpcNewHandle::IpcNewHandle(uint32_t type)
+    : handle_(static_cast<IpcHandle*>(zatOSWSubAllocMem(sizeof(IpcHandle)))) {
+    if (handle_ == nullptr) return;
+    memset(handle_, 0, sizeof *handle_);
+    handle_->localRefs = 1;
+    handle_->type = type;
+}
 
-    IpcHandle* finish() {
-        IpcHandle* made = handle;
-        handle = nullptr;
-        IpcTypeState& state = oswIpcTypes[made->type];
-        made->generation = ++state.generation;
-        zatCLBLstAdd(&state.handles, made);
-        oswIndexAdd(state.byHandle, made->byAddress, oswWord(made), made);
-        return made;
-    }
+IpcNewHandle::~IpcNewHandle() {
+    if (handle_ != nullptr) oswIpcDispose(handle_);
+}
 
-    IpcHandle* handle;
-};
+IpcHandle* IpcNewHandle::finish() {
+    IpcHandle* made = handle_;
+    handle_ = nullptr;
+    IpcTypeState& state = oswIpcTypes[made->type];
+    made->generation = ++state.generation;
+    zatCLBLstAdd(&state.handles, made);
+    oswIndexAdd(state.byHandle, made->byAddress, oswWord(made), made);
+    return made;
+}
 
 static ZatStatus makeHandle(const char* name, uint32_t type, const IpcParameters& parameters,
-                            IpcHandle** handle) {
-    HandleMaker maker(type);
-    if (maker.handle == nullptr) return ZAT_IPC_NO_MEMORY;
+                            IpcNewHandle& fresh, IpcHandle** handle) {
+    if (fresh.get() == nullptr) return ZAT_IPC_NO_MEMORY;
     IpcPlace place;
     ZatStatus status = oswIpcFindPlace(name, type, &place);
     if (status != ZAT_OK) return status;
-    maker.handle->entry = place.entry;
-    status = place.exists ? openEntry(*place.entry, *maker.handle, parameters)
-                          : createEntry(*place.entry, name, type, *maker.handle, parameters);
-    if (status == ZAT_OK) *handle = maker.finish();
+    fresh.get()->entry = place.entry;
+    status = place.exists ? openEntry(*place.entry, *fresh.get(), parameters)
+                          : createEntry(*place.entry, name, type, *fresh.get(), parameters);
+    if (status == ZAT_OK) *handle = fresh.finish();
     return status;
 }
 
 ZatStatus oswIpcOpenObject(const char* name, uint32_t type, const IpcParameters& parameters,
-                           IpcHandle** handle) {
+                           IpcNewHandle& fresh, IpcHandle** handle) {
     for (IpcHandle* known : zatWalk<IpcHandle>(&oswIpcTypes[type].handles)) {
         if (strcmp(known->entry->name, name) != 0) continue;
         if (!oswIpcKinds[type].matches(*known->entry, parameters)) return ZAT_IPC_BAD_PARAMETERS;
@@ -173,7 +165,7 @@ ZatStatus oswIpcOpenObject(const char* name, uint32_t type, const IpcParameters&
         *handle = known;
         return ZAT_OK;
     }
-    return makeHandle(name, type, parameters, handle);
+    return makeHandle(name, type, parameters, fresh, handle);
 }
 
 void oswIpcRemoveEntry(IpcObjectEntry& entry) {

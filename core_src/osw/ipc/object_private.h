@@ -149,6 +149,25 @@ bool oswIpcIsLocal(uint32_t type, ZatHandle handle);
 void oswIpcAddLocal(uint32_t type, IpcLocalObject& local, ZatHandle object);
 IpcLocalObject* oswIpcRemoveLocal(uint32_t type, ZatHandle object);
 
+/* A handle for an object that may turn out to be new to this process; freed at the end of the scope
+ * unless it came into use. Made before the lock semaphores are taken: a fault would be reported. */
+class IpcNewHandle {
+  public:
+    explicit IpcNewHandle(uint32_t type);
+    IpcNewHandle(const IpcNewHandle&) = delete;
+    IpcNewHandle& operator=(const IpcNewHandle&) = delete;
+    ~IpcNewHandle();
+
+    /* Null when there was no memory. */
+    IpcHandle* get() { return handle_; }
+
+    /* Puts it on its list. */
+    IpcHandle* finish();
+
+  private:
+    IpcHandle* handle_;
+};
+
 /*
  * Finds or creates the object of a name, and this process's handle on it. Under the global and the
  * type's lock semaphore.
@@ -157,7 +176,7 @@ IpcLocalObject* oswIpcRemoveLocal(uint32_t type, ZatHandle object);
  * failed in making a new one, of which nothing stays behind.
  */
 ZatStatus oswIpcOpenObject(const char* name, uint32_t type, const IpcParameters& parameters,
-                           IpcHandle** handle);
+                           IpcNewHandle& fresh, IpcHandle** handle);
 
 /*
  * Takes one create of a handle back. Under the global and the type's lock semaphore; for a
