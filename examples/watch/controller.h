@@ -2,28 +2,7 @@
 #ifndef WATCH_CONTROLLER_H
 #define WATCH_CONTROLLER_H
 
-#include <zatosw/zatosw.h>
-
-#include "reading.h"
-
-// Processor use over one second.
-struct Second {
-    float lowest = 100.0f;
-    float highest = 0.0f;
-    float sum = 0.0f;
-    unsigned readings = 0;
-
-    void add(float percent);
-};
-
-// What the tasks share; the mutex guards it.
-struct Shared {
-    Reading latest = {};
-    Second running;     // the second that is being measured
-    Second finished;    // the one before
-    unsigned lost = 0;  // readings that found the queue full
-    bool alarm = false;
-};
+#include "shared.h"
 
 class Controller {
   public:
@@ -43,26 +22,22 @@ class Controller {
     bool startTask(const char* name, ZatTaskEntry entry);
     void stopEventTimer() const;
 
-    static uint32_t runSampler(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
-                               uint32_t, uint32_t, uint32_t, uint32_t);
     static uint32_t runControl(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                                uint32_t, uint32_t, uint32_t, uint32_t);
     static uint32_t runAlarm(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                              uint32_t, uint32_t, uint32_t, uint32_t);
     static uint32_t runReport(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                               uint32_t, uint32_t, uint32_t, uint32_t);
+    static uint32_t runAnswer(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                              uint32_t, uint32_t, uint32_t, uint32_t);
     static void closeSecond(ZatTimer timer, uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t);
 
-    void sample();
     void control();
     void take(const Reading& reading);
     void report();
 
     const double alarmPercent_;
     Shared shared_;
-    ZatMutexSem mutex_ = 0;        // guards shared_
-    ZatMsgQueue readings_ = 0;     // from the sampler to the control task
-    ZatEventSem stop_ = 0;         // ends the sampler
     ZatEventSem alarm_ = 0;        // processor use has gone above the threshold
     ZatEventSem reportDue_ = 0;    // a report is to be printed
     ZatEventSem reportTimer_ = 0;  // cancel handle of what posts reportDue_

@@ -1,16 +1,22 @@
-// watch: a small controller that watches the machine it runs on.
+// watch: two processes that watch the machine they run on.
 //
-// A sampler task reads the kernel's figures and sends them through a message queue to a control
-// task; timers drive a report a second; an alarm event fires when processor use crosses a
-// threshold. It runs until Ctrl-C or for a given time, and deletes all that it made.
+// A sampler reads the kernel's figures and sends them through a named queue to a controller, which
+// keeps the latest ones on a board in shared memory, reports once a second and whenever somebody
+// posts a named event, and raises an alarm when processor use crosses a threshold. Either may be
+// killed and started again while the other goes on. They run until Ctrl-C or for a given time; the
+// last one removes all that they shared.
 
 #include <errno.h>
 #include <signal.h>
 #include <stdio.h>
+#include <sys/wait.h>
 #include <time.h>
+#include <unistd.h>
 
 #include "controller.h"
 #include "options.h"
+#include "sampler.h"
+#include "trace.h"
 
 // The signals that end the program wait for the main task alone.
 static sigset_t blockStopSignals() {
@@ -33,6 +39,63 @@ static void waitForStop(const sigset_t& signals, unsigned seconds) {
     }
 }
 
+template <class Part>
+static bool runUntilStopped(Part& part, const sigset_t& signals, unsigned seconds) {
+    if (!part.start()) return false;
+    waitForStop(signals, seconds);
+    return true;
+}
+
+// Has the controller report, and leaves the rest to it.
+static bool askForReport() {
+    ZatIpcHandle ask = 0;
+    if (!made(zatOSWIpcCreateEventSem("watch.ask", &ask, 0, 0), "event")) return false;
+    const bool asked = made(zatOSWIpcPostEventSem(ask), "request");
+    zatOSWIpcDeleteEventSem(ask);
+    return asked;
+}
+
+static bool run(const Options& options, const sigset_t& signals) {
+    if (options.role == Role::Ask) return askForReport();
+    if (options.role == Role::Sampler) {
+        Sampler sampler;
+        return runUntilStopped(sampler, signals, options.seconds);
+    }
+    Controller controller(options.alarmPercent);
+    return runUntilStopped(controller, signals, options.seconds);
+}
+
+// One process from start to end.
+static int runProcess(const Options& options, const sigset_t& signals) {
+    if (zatOSWInit() != ZAT_OK) {
+        fprintf(stderr, "The library does not come up\n");
+        return 1;
+    }
+    openTrace();
+    const bool ran = run(options, signals);
+    zatOSWTerm();
+    return ran ? 0 : 1;
+}
+
+// Both processes. The library comes up in each of them after they have parted: a forked copy of a
+// library that is up is of no use.
+static int runBoth(Options options, const sigset_t& signals) {
+    const pid_t sampler = fork();
+    if (sampler < 0) {
+        perror("fork");
+        return 1;
+    }
+    options.role = sampler == 0 ? Role::Sampler : Role::Controller;
+    if (sampler == 0) {
+        if (options.seconds > 0) options.seconds += 2;  // ends by itself if it is left alone
+        _exit(runProcess(options, signals));
+    }
+    const int result = runProcess(options, signals);
+    kill(sampler, SIGTERM);
+    waitpid(sampler, nullptr, 0);
+    return result;
+}
+
 int main(int count, char** words) {
     Options options;
     if (!readOptions(count, words, options)) return 2;
@@ -41,17 +104,9 @@ int main(int count, char** words) {
         return 0;
     }
     const sigset_t signals = blockStopSignals();
-    if (zatOSWInit() != ZAT_OK) {
-        fprintf(stderr, "The library does not come up\n");
-        return 1;
-    }
-    bool running = false;
-    {
-        Controller controller(options.alarmPercent);
-        running = controller.start();
-        if (running) waitForStop(signals, options.seconds);
-    }
-    zatOSWTerm();
-    if (running) printf("Stopped; everything that was made is deleted.\n");
-    return running ? 0 : 1;
+    const int result =
+        options.role == Role::Both ? runBoth(options, signals) : runProcess(options, signals);
+    if (result == 0 && options.role != Role::Ask)
+        printf("Stopped; everything that was made is deleted.\n");
+    return result;
 }

@@ -10,15 +10,34 @@ static constexpr unsigned longestRun = 4000000;  // seconds, what fits in 32-bit
 
 void printHelp(const char* program) {
     printf(
-        "Usage: %s [--alarm PERCENT] [--seconds N]\n"
-        "Watches this machine: samples its processors, memory and load ten times a second and\n"
-        "reports once a second.\n"
+        "Usage: %s [sampler | controller | ask] [--alarm PERCENT] [--seconds N]\n"
+        "Watches this machine. A sampler reads its processors, memory and load ten times a "
+        "second,\n"
+        "a controller reports once a second: two processes, of which either may be killed and\n"
+        "started again while the other goes on.\n"
         "\n"
+        "  sampler          run only the sampler\n"
+        "  controller       run only the controller\n"
+        "  ask              ask the controller that runs for a report, now\n"
         "  --alarm PERCENT  processor use that raises the alarm (default 90)\n"
         "  --seconds N      how long to run; 0 = until Ctrl-C (default 0, but %u when standard\n"
         "                   input is no terminal)\n"
         "  --help           this text\n",
         program, secondsWithoutTerminal);
+}
+
+// The role that a word names; false when it names none.
+static bool readRole(const char* word, Role& role) {
+    static const struct {
+        const char* name;
+        Role role;
+    } roles[] = {{"sampler", Role::Sampler}, {"controller", Role::Controller}, {"ask", Role::Ask}};
+    for (const auto& known : roles) {
+        if (strcmp(word, known.name) != 0) continue;
+        role = known.role;
+        return true;
+    }
+    return false;
 }
 
 // The number after an option, in the given range.
@@ -43,8 +62,8 @@ bool readOptions(int count, char** words, Options& options) {
         } else if (strcmp(word, "--seconds") == 0) {
             if (!readNumber(word, words[++i], longestRun, number)) return false;
             options.seconds = static_cast<unsigned>(number);
-        } else {
-            fprintf(stderr, "Unknown option %s; try --help\n", word);
+        } else if (!readRole(word, options.role)) {
+            fprintf(stderr, "Unknown word %s; try --help\n", word);
             return false;
         }
     }

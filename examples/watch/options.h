@@ -2,7 +2,15 @@
 #ifndef WATCH_OPTIONS_H
 #define WATCH_OPTIONS_H
 
+enum class Role {
+    Both,        // a sampler and a controller, a process each
+    Sampler,     // only the sampler
+    Controller,  // only the controller
+    Ask,         // asks a controller for a report
+};
+
 struct Options {
+    Role role = Role::Both;
     double alarmPercent = 90.0;  // processor use that raises the alarm
     unsigned seconds = 0;        // how long to run; 0 = until Ctrl-C
     bool help = false;

@@ -4,9 +4,9 @@
 
 #include <stdint.h>
 
-struct Shared;
+struct Board;
 
-void printReport(const Shared& shared, uint32_t queueWaiting, uint32_t queueCapacity);
+void printReport(const Board& board, uint32_t queueWaiting, uint32_t queueCapacity);
 
 void printAlarm(double alarmPercent);
 

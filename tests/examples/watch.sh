@@ -3,27 +3,66 @@
 # watch.sh PROGRAM [WORD...] (an emulator with its options may stand in front)
 set -eu
 
+watch=("$@")
+log=$TMPDIR/controller
+
 fail() {
     echo "watch: $1" >&2
-    printf '%s\n' "$output" >&2
+    cat "$TMPDIR"/both "$log" 2>/dev/null >&2
     exit 1
 }
 
-output=$("$@" --seconds 3 --alarm 0 </dev/null) || fail "exit status $?"
-[ "$(grep -c 'cpu .*memory .*load' <<<"$output")" -ge 1 ] || fail "no report"
-grep -q 'ALARM: processor use above 0.0 %' <<<"$output" || fail "no alarm"
-for task in mainThread control alarm report sampler secondTimer eventTimer; do
-    grep -q "^  $task " <<<"$output" || fail "task $task is missing"
+# Waits until a line that is new in the controller's output matches.
+expect() {
+    local from
+    from=$(wc -l <"$log")
+    for _ in $(seq 200); do
+        tail -n +$((from + 1)) "$log" | grep -q "$1" && return
+        sleep 0.1
+    done
+    fail "$2"
+}
+
+nothing_left() {
+    if [ -n "${ZATOSW_SHARED_IPC-}" ]; then return; fi
+    [ -z "$(ipcs | grep 0x)" ] || fail "System V objects are left $1: $(ipcs)"
+}
+
+# Both processes, for a while.
+"${watch[@]}" --seconds 3 --alarm 0 </dev/null 2>"$TMPDIR/both" >/dev/null || fail "exit status $?"
+grep -q '^WATCH:.*cpu .*memory .*load' "$TMPDIR/both" || fail "no report"
+grep -q 'ALARM: processor use above 0.0 %' "$TMPDIR/both" || fail "no alarm"
+for task in mainThread control alarm report answer secondTimer eventTimer; do
+    grep -q "^WATCH:  $task " "$TMPDIR/both" || fail "task $task is missing"
 done
+nothing_left "after both have stopped"
+
+# Each in its turn is killed and started again while the other goes on.
+start() {
+    "${watch[@]}" "$1" --seconds 600 </dev/null 2>>"$log" >/dev/null &
+}
+: >"$log"
+start controller
+controller=$!
+start sampler
+sampler=$!
+expect 'cpu ' "no readings from a sampler of its own"
+kill -KILL $sampler
+expect 'no reading' "the controller does not notice that the sampler is gone"
+start sampler
+sampler=$!
+expect 'cpu ' "no readings from a new sampler"
+kill -KILL $controller
+start controller
+controller=$!
+expect 'cpu ' "a new controller gets no readings"
+"${watch[@]}" ask </dev/null || fail "asking: exit status $?"
+expect 'cpu ' "no report"
 
 # The shell starts background commands with SIGINT ignored; SIGTERM ends the program in the same way.
-"$@" --seconds 600 </dev/null >"$TMPDIR/output" &
-program=$!
-until grep -q eventTimer "$TMPDIR/output"; do
-    kill -0 $program || { output=; fail "ended by itself"; }
-    sleep 0.1
-done
-kill -TERM $program
-wait $program || fail "exit status $? after a signal"
+kill -TERM $controller $sampler
+wait $controller || fail "exit status $? of the controller after a signal"
+wait $sampler || fail "exit status $? of the sampler after a signal"
+nothing_left "after kills and restarts"
 
-if "$@" --alarm never 2>/dev/null; then fail "a bad option is accepted"; fi
+if "${watch[@]}" --alarm never 2>/dev/null; then fail "a bad option is accepted"; fi
