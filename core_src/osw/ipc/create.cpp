@@ -89,9 +89,10 @@ ZatStatus oswIpcDeleteLocal(ZatHandle handle, uint32_t type, IpcLock& lock) {
     return status;
 }
 
-/* Takes the last create of this process back. */
+/* Gives back what a delete is to give back; a wake-up that fails does not keep the handle. */
 static ZatStatus letGo(IpcHandle& handle, const IpcUse& use) {
-    if (use.mayDelete != nullptr && !use.mayDelete(handle)) return ZAT_IPC_DEADLOCK;
+    if (handle.localRefs > 1)
+        return use.giveBackOwn == nullptr ? ZatStatus{ZAT_OK} : use.giveBackOwn(handle);
     oswIpcDismissWaiters(handle);
     return use.giveBackAll == nullptr ? ZatStatus{ZAT_OK} : use.giveBackAll(handle);
 }
@@ -111,14 +112,12 @@ ZatStatus oswIpcDelete(ZatHandle handle, uint32_t type) {
     }
     if (object->localRefs == 0) return ZAT_IPC_NO_REFERENCE;
     const IpcUse& use = *oswIpcKinds[type].use;
-    if (object->localRefs == 1)
-        status = letGo(*object, use);
-    else if (use.giveBackOwn != nullptr)
-        status = use.giveBackOwn(*object);
-    if (status != ZAT_OK) return status;
-    if (!oswIpcCloseObject(*object)) return ZAT_OK;
+    if (object->localRefs == 1 && use.mayDelete != nullptr && !use.mayDelete(*object))
+        return ZAT_IPC_DEADLOCK;
+    status = letGo(*object, use);
+    if (!oswIpcCloseObject(*object)) return status;
     lock.release();
     /* A timer of the handle is joined: its task may be waiting for the lock. */
     oswIpcDispose(object);
-    return ZAT_OK;
+    return status;
 }

@@ -24,8 +24,10 @@ static ZatStatus look(IpcHandle& handle, IpcComer comer) {
 static ZatStatus take(IpcHandle& handle, void*) {
     IpcSemBody& event = handle.entry->sem;
     event.owner = oswIpcCaller();
-    --event.value;
-    if (event.value == 0) event.broadcast = 0;
+    /* In this order: a process that is killed in between leaves a signal, not a broadcast of none.
+     */
+    if (event.value == 1) oswIpcPublish(event.broadcast, 0);
+    oswIpcPublish(event.value, event.value - 1);
     return ZAT_OK;
 }
 
@@ -42,11 +44,10 @@ static void settle(IpcHandle& handle) {
 /* Releases a number of waiters; none when nobody waits. */
 static ZatStatus broadcast(IpcHandle& handle, uint32_t signals) {
     IpcSemBody& event = handle.entry->sem;
-    event.value = signals;
     event.releaser = oswIpcCaller();
     const uint32_t wakes = std::min(signals, event.waiters);
-    if (wakes == 0) return ZAT_OK;
-    event.broadcast = 1;
+    if (wakes > 0) oswIpcPublish(event.broadcast, 1);
+    oswIpcPublish(event.value, signals);
     ZatStatus status = ZAT_OK;
     for (uint32_t i = 0; i < wakes; ++i) {
         const ZatStatus posted = oswIpcPostOne(*handle.entry, IPC_WAITS_EXCLUSIVELY);
@@ -98,9 +99,11 @@ bool oswIpcEndStalledBroadcast(IpcHandle& handle, IpcStall& stall) {
         return false;
     }
     const int64_t stalledNs = now - stall.sinceNs;
-    if (stalledNs < unclaimedNs || (stalledNs < anywayNs && !isUnclaimed(event))) return false;
+    /* A flush is lost to those who have been kept from running all the time: it gets longer. */
+    const bool isUrgent = event.value <= 1 && stalledNs >= unclaimedNs && isUnclaimed(event);
+    if (!isUrgent && stalledNs < anywayNs) return false;
     oswIpcRecount(handle);
-    if (event.waiters > 0) {
+    if (event.waiters > 0 && event.value > 0) {
         /* Those who are left have it. */
         event.value = std::min(event.value, event.waiters);
         oswSysvSetValue(event.semId, static_cast<int>(event.value));

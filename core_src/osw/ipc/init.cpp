@@ -25,6 +25,16 @@ static void noteProcess() {
     oswIpcProcess = static_cast<uint32_t>(getpid());
 }
 
+/* A forked child has neither the waiting threads of its parent nor the tasks of its timers. */
+static void becomeChild() {
+    noteProcess();
+    for (IpcTypeState& type : oswIpcTypes)
+        for (IpcHandle* handle : zatWalk<IpcHandle>(&type.handles)) {
+            zatCLBLstInit(&handle->waiters);
+            handle->timer = 0;
+        }
+}
+
 /* A lock semaphore that was made but never used or set: its maker was killed in between. */
 static bool isUnset(int semId) {
     return oswSysvValue(semId, 0) == 0 && !oswSysvWasUsed(semId);
@@ -84,27 +94,43 @@ struct GlobalSem {
 /* What came of one attempt to take the global semaphore. */
 struct GlobalAttempt {
     ZatStatus status;
-    bool again; /* the last process of those before removed it meanwhile */
+    bool again; /* others were removing theirs, or making it, meanwhile */
 };
 
-static GlobalAttempt tryGlobal(IpcLock& lock, GlobalSem& global) {
-    uint32_t& key = global.key;
-    int& semId = global.id;
-    bool& created = global.created;
-    bool fileIsNew = false;
-    const ZatStatus status = oswIpcFindKey(globalName, &key, &fileIsNew);
-    if (status != ZAT_OK) return {status, false};
-    if (!getSemaphore(key, semId, created)) {
+/* Takes back what an attempt has made, which nobody else has seen in use. */
+static void discardGlobal(IpcLock& lock, const GlobalSem& global, bool fileIsOurs) {
+    if (fileIsOurs) zatOSWIpcRevokeServerIpcKey(globalName);
+    if (!global.created) return;
+    oswSysvRemove(global.id);
+    lock.forget();
+}
+
+static GlobalAttempt openGlobal(GlobalSem& global, bool& fileIsNew) {
+    const ZatStatus status = oswIpcFindKey(globalName, &global.key, &fileIsNew);
+    if (status != ZAT_OK) return {status, status == ZAT_IPC_KEY_STAT_FAILED};
+    if (!getSemaphore(global.key, global.id, global.created)) {
+        /* EEXIST: somebody else lives on the same file by now. */
         const bool again = errno == EEXIST || errno == ENOENT;
-        if (fileIsNew) zatOSWIpcRevokeServerIpcKey(globalName);
+        if (fileIsNew && !again) zatOSWIpcRevokeServerIpcKey(globalName);
         return {ZAT_IPC_SEMGET_FAILED, again};
     }
-    if (!setGlobal(semId)) return {failSetting(semId, created, globalName), false};
-    if (lock.take(semId) != ZAT_OK)
+    if (!setGlobal(global.id)) return {failSetting(global.id, global.created, globalName), false};
+    return {ZAT_OK, false};
+}
+
+static GlobalAttempt tryGlobal(IpcLock& lock, GlobalSem& global) {
+    bool fileIsNew = false;
+    const GlobalAttempt opened = openGlobal(global, fileIsNew);
+    if (opened.status != ZAT_OK) return opened;
+    if (lock.take(global.id) != ZAT_OK)
         return {ZAT_IPC_SEMOP_FAILED, errno == EIDRM || errno == EINVAL};
-    if (oswIpcKeyIsCurrent(globalName, key)) return {ZAT_OK, false};
+    errno = 0;
+    if (oswIpcKeyIsCurrent(globalName, global.key)) return {ZAT_OK, false};
+    const bool cannotLook = errno != 0 && errno != ENOENT;
+    discardGlobal(lock, global, fileIsNew && cannotLook);
     lock.release();
-    return {ZAT_IPC_SEMOP_FAILED, true};
+    return {cannotLook ? ZatStatus{ZAT_IPC_KEY_STAT_FAILED} : ZatStatus{ZAT_IPC_SEMOP_FAILED},
+            !cannotLook};
 }
 
 /* Finds or makes the global semaphore and takes it. */
@@ -115,26 +141,29 @@ static ZatStatus takeGlobal(IpcLock& lock, GlobalSem& global) {
     return attempt.status;
 }
 
-/* The last one out: everything that is left goes, the global semaphore while it is still held. */
-static void removeAll(IpcLock& global, int semId) {
+/* The last one out: everything that is left goes, except for the global semaphore. */
+static void removeTable() {
     for (uint32_t type = 0; type < IPC_TYPES; ++type) {
         if (oswIpcTypes[type].lockSem == -1) continue;
         oswSysvRemove(oswIpcTypes[type].lockSem);
         zatOSWIpcRevokeServerIpcKey(oswIpcKinds[type].lockName);
     }
-    if (oswIpcFirstPage() != nullptr) {
-        oswIpcAttachAllPages();
-        oswIpcWalkEntries(oswIpcRemoveEntry);
-        oswIpcRemovePages();
-    }
-    /* The name first: who opens it from now on finds another semaphore, or waits for this one to
-     * go and starts over. */
-    zatOSWIpcRevokeServerIpcKey(globalName);
-    oswSysvRemove(semId);
-    global.forget();
+    if (oswIpcFirstPage() == nullptr) return;
+    oswIpcAttachAllPages();
+    oswIpcWalkEntries(oswIpcRetireEntry);
+    oswIpcRemovePages();
 }
 
-/* The lists are empty by now. */
+/* While it is held. The name first: who opens it from now on finds another semaphore, or waits for
+ * this one to go and starts over. */
+static void removeGlobal(IpcLock& lock, int semId) {
+    zatOSWIpcRevokeServerIpcKey(globalName);
+    oswSysvRemove(semId);
+    lock.forget();
+}
+
+/* The lists are empty by now. Under the global semaphore: without it another task may be bringing
+ * the layer up again. */
 static void forgetLocks() {
     for (IpcTypeState& type : oswIpcTypes)
         type.lockSem = -1;
@@ -142,12 +171,14 @@ static void forgetLocks() {
 }
 
 /* Under the global semaphore: takes this process out of the table. */
-static void leaveTable(IpcLock& global, int semId) {
-    if (oswIpcLeaveProcesses())
-        removeAll(global, semId);
+static void leaveTable(IpcLock& lock, int semId) {
+    const bool isLast = oswIpcLeaveProcesses();
+    if (isLast)
+        removeTable();
     else
         oswIpcDetachPages();
     forgetLocks();
+    if (isLast) removeGlobal(lock, semId);
 }
 
 static ZatStatus openTypeLocks() {
@@ -165,7 +196,7 @@ static ZatStatus joinTable(IpcLock& lock, const GlobalSem& global) {
     ZatStatus status = oswIpcJoinPages(global.key);
     if (status != ZAT_OK) {
         /* With a semaphore that was there, the table may be others'. */
-        if (global.created) removeAll(lock, global.id);
+        if (global.created) removeGlobal(lock, global.id);
         return status;
     }
     status = openTypeLocks();
@@ -177,9 +208,12 @@ ZatStatus zatOSWIpcInit(void) {
     if (__atomic_load_n(&initCount, __ATOMIC_ACQUIRE) > 0) return ZAT_OK;
     const OswKeepErrno keepErrno;
     const OswUncancellable uncancellable;
+    /* That may bring the whole library up, and this layer with it. */
+    oswIpcPrepareKeyDirectory();
+    if (__atomic_load_n(&initCount, __ATOMIC_ACQUIRE) > 0) return ZAT_OK;
     oswIpcPrepareSignal();
     static pthread_once_t once = PTHREAD_ONCE_INIT;
-    pthread_once(&once, [] { pthread_atfork(nullptr, nullptr, noteProcess); });
+    pthread_once(&once, [] { pthread_atfork(nullptr, nullptr, becomeChild); });
     IpcLock lock;
     GlobalSem global = {0, -1, false};
     ZatStatus status = takeGlobal(lock, global);
@@ -200,9 +234,11 @@ ZatStatus zatOSWIpcInit(void) {
 static void dropHandles(uint32_t type, ClbLstHead& dropped) {
     {
         IpcLock lock;
-        oswIpcLockType(lock, type);
+        const bool isLocked = oswIpcLockType(lock, type) == ZAT_OK;
         IpcTypeState& state = oswIpcTypes[type];
         for (IpcHandle* handle : zatWalk<IpcHandle>(&state.handles)) {
+            /* Without the lock, which somebody has removed, nobody knows who still waits. */
+            if (!isLocked) zatCLBLstInit(&handle->waiters);
             oswIpcDismissWaiters(*handle);
             oswIpcForgetHandle(*handle);
             zatCLBLstAdd(&dropped, handle);

@@ -139,7 +139,8 @@ static ZatStatus createFile(const KeyPath& path, uint32_t& key) {
 /* The same, but a failure leaves no file. */
 static ZatStatus createKey(const KeyPath& path, uint32_t& key) {
     const ZatStatus status = createFile(path, key);
-    if (status != ZAT_OK) unlink(path.text);
+    /* One that was revoked meanwhile is gone; what has the name now is another's. */
+    if (status != ZAT_OK && errno != ENOENT) unlink(path.text);
     return status;
 }
 
@@ -172,7 +173,6 @@ ZatStatus zatOSWIpcGetServerIpcKey(const char* name, uint32_t, uint32_t* key) {
 }
 
 bool oswIpcKeyIsCurrent(const char* name, uint32_t key) {
-    const OswKeepErrno keepErrno;
     KeyPath path;
     uint32_t found = 0;
     return makePath(name, path) == ZAT_OK && statKey(path, found) && found == key;

@@ -13,7 +13,8 @@ ZatStatus oswIpcPrepareKeyDirectory();
 /* zatOSWIpcGetServerIpcKey(), which also tells whether it had to create the key file. */
 ZatStatus oswIpcFindKey(const char* name, uint32_t* key, bool* created);
 
-/* Whether the name's key file is there and still gives the key. */
+/* Whether the name's key file is there and still gives the key; errno tells why it cannot be looked
+ * at. */
 bool oswIpcKeyIsCurrent(const char* name, uint32_t key);
 
 /* Holds the name's key file locked until the end of the scope; the kernel unlocks it when its

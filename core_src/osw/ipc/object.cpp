@@ -168,9 +168,13 @@ ZatStatus oswIpcOpenObject(const char* name, uint32_t type, const IpcParameters&
     return makeHandle(name, type, parameters, fresh, handle);
 }
 
-void oswIpcRemoveEntry(IpcObjectEntry& entry) {
-    oswIpcKinds[entry.type].remove(entry);
-    zatOSWIpcRevokeServerIpcKey(keyName(entry.name, entry.type).text);
+void oswIpcRetireEntry(IpcObjectEntry& entry) {
+    /* Where the global semaphore is not held, an object of another type may take the entry as soon
+     * as it is free: what goes with it is removed after a copy. */
+    IpcObjectEntry gone = entry;
+    oswIpcPublish(entry.useCount, 0);
+    oswIpcKinds[gone.type].remove(gone);
+    zatOSWIpcRevokeServerIpcKey(keyName(gone.name, gone.type).text);
 }
 
 void oswIpcForgetHandle(IpcHandle& handle) {
@@ -180,15 +184,10 @@ void oswIpcForgetHandle(IpcHandle& handle) {
 }
 
 void oswIpcDropUse(IpcObjectEntry& entry) {
-    if (entry.useCount > 1) {
+    if (entry.useCount > 1)
         --entry.useCount;
-        return;
-    }
-    /* Where the global semaphore is not held, an object of another type may take the entry as soon
-     * as it is free: what goes with it is removed after a copy. */
-    IpcObjectEntry gone = entry;
-    oswIpcPublish(entry.useCount, 0);
-    oswIpcRemoveEntry(gone);
+    else
+        oswIpcRetireEntry(entry);
 }
 
 bool oswIpcCloseObject(IpcHandle& handle) {

@@ -192,8 +192,8 @@ void oswIpcDropUse(IpcObjectEntry& entry);
 /* Under the type's lock: takes a handle off its list, whatever its counts. */
 void oswIpcForgetHandle(IpcHandle& handle);
 
-/* Removes the System V objects and the key file of an entry. */
-void oswIpcRemoveEntry(IpcObjectEntry& entry);
+/* Frees an entry, whatever its count, and removes its System V objects and its key file. */
+void oswIpcRetireEntry(IpcObjectEntry& entry);
 
 /* Frees what is left of a handle that has left its list. Holds no lock semaphore of the type. */
 void oswIpcDispose(IpcHandle* handle);

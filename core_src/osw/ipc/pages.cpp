@@ -9,6 +9,7 @@
 
 #include "clb/list_walk_private.h"
 #include "osw/ipc/key.h"
+#include "osw/ipc/key_private.h"
 #include "osw/ipc/kind_private.h"
 #include "osw/mem_part.h"
 
@@ -130,10 +131,14 @@ static ZatStatus addPage(IpcPageRecord& last, IpcPageRecord** added) {
     char name[sizeof pageName + 12];
     snprintf(name, sizeof name, "%s%ld", pageName, static_cast<long>(first.pageCount));
     uint32_t key = 0;
-    ZatStatus status = zatOSWIpcGetServerIpcKey(name, 0, &key);
+    bool fileIsNew = false;
+    ZatStatus status = oswIpcFindKey(name, &key, &fileIsNew);
     if (status != ZAT_OK) return status;
     status = makePage(name, key, added);
-    if (status != ZAT_OK) return status;
+    if (status != ZAT_OK) {
+        if (fileIsNew) zatOSWIpcRevokeServerIpcKey(name);
+        return status;
+    }
     /* Linked when it is complete: a process that is killed here leaves a chain that holds. */
     ++first.pageCount;
     last.page->nextShmId = (*added)->segmentId;

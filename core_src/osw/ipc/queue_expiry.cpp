@@ -26,7 +26,7 @@ static constexpr int64_t farAwayMs = 10000000;
 static int64_t uptimeNs() {
     timespec now;
     clock_gettime(CLOCK_BOOTTIME, &now);
-    return now.tv_sec * 1000 * nsPerMs + now.tv_nsec;
+    return now.tv_sec * (1000 * nsPerMs) + now.tv_nsec;
 }
 
 static ZatStatus startTimer(ZatTimer timer, int64_t timeNs, uint32_t handle);
@@ -77,18 +77,23 @@ static ZatStatus restartTimer(const IpcHandle& handle, int64_t timeNs) {
 
 ZatStatus oswIpcArmExpiry(IpcHandle& handle, IpcWaiter& waiter) {
     const OswUncancellable uncancellable;
-    waiter.deadlineNs = noDeadline;
-    if (waiter.timeMs == ZAT_FOREVER) return ZAT_OK;
+    if (waiter.timeMs == ZAT_FOREVER) {
+        waiter.deadlineNs = noDeadline;
+        return ZAT_OK;
+    }
     if (handle.timer == 0) {
         const ZatStatus status = zatOSWCreateTimer(&handle.timer, timerStackSize);
         if (status != ZAT_OK) return status;
     }
     const int64_t othersNs = earliestDeadline(handle);
     const int64_t timeNs = waiter.timeMs * nsPerMs;
-    waiter.deadlineNs = uptimeNs() + timeNs;
+    const int64_t nowNs = uptimeNs();
+    /* A waiter that comes back keeps its deadline. */
+    if (waiter.deadlineNs == 0) waiter.deadlineNs = nowNs + timeNs;
     if (othersNs <= waiter.deadlineNs) return ZAT_OK;
-    return othersNs == noDeadline ? startTimer(handle.timer, timeNs, oswWord(&handle))
-                                  : restartTimer(handle, timeNs);
+    const int64_t leftNs = std::max<int64_t>(waiter.deadlineNs - nowNs, 0);
+    return othersNs == noDeadline ? startTimer(handle.timer, leftNs, oswWord(&handle))
+                                  : restartTimer(handle, leftNs);
 }
 
 ZatStatus oswIpcDisarmExpiry(IpcHandle& handle, const IpcWaiter& waiter) {

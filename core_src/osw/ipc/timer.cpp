@@ -65,6 +65,17 @@ static bool awaitRequest(IpcBlock& block, int semId) {
     }
 }
 
+/* Keeps a handler and its argument together; the innermost lock here. */
+static pthread_mutex_t handlerLock = PTHREAD_MUTEX_INITIALIZER;
+
+static void restart(const IpcHandle& handle, uint32_t timeMs) {
+    OswLock pair(handlerLock);
+    const ZatTimerCallback handler = handle.server.handler;
+    const uint32_t argument = handle.server.argument;
+    pair.release();
+    zatOSWStartTimer(handle.timer, timeMs, handler, argument);
+}
+
 static uint32_t controlTask(uint32_t word, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                             uint32_t, uint32_t, uint32_t, uint32_t) {
     IpcHandle& handle = *oswRecord<IpcHandle>(word);
@@ -74,8 +85,7 @@ static uint32_t controlTask(uint32_t word, uint32_t, uint32_t, uint32_t, uint32_
     while (awaitRequest(block, timer.semId)) {
         switch (__atomic_load_n(&timer.command, __ATOMIC_ACQUIRE)) {
         case TIMER_START:
-            zatOSWStartTimer(handle.timer, timer.timeMs, handle.server.handler,
-                             handle.server.argument);
+            restart(handle, timer.timeMs);
             break;
         case TIMER_STOP:
             zatOSWStopTimer(handle.timer);
@@ -134,7 +144,6 @@ static ZatStatus serve(IpcHandle& handle, uint32_t timeMs, ZatTimerCallback hand
     oswSysvSetValue(timer.semId, 0);
     handle.server = {handler, argument, oswIpcProcess, 0, 0};
     ZatStatus status = zatOSWCreateTimer(&handle.timer, timer.created);
-    if (status == ZAT_OK) status = zatOSWStartTimer(handle.timer, timeMs, handler, argument);
     if (status == ZAT_OK)
         status = zatOSWCreateJoinTask(&handle.server.controlTask, "oswipctmr", ZAT_INHERIT_PRIORITY,
                                       timer.created, controlTask, 0, oswWord(&handle), 0, 0, 0, 0,
@@ -145,7 +154,8 @@ static ZatStatus serve(IpcHandle& handle, uint32_t timeMs, ZatTimerCallback hand
     noteStart(timer, timeMs);
     timer.command = TIMER_START;
     oswIpcPublish(timer.server, oswIpcProcess);
-    return ZAT_OK;
+    /* Last: from here on the handler may run, and wait for the lock. */
+    return zatOSWStartTimer(handle.timer, timeMs, handler, argument);
 }
 
 /* Whether the process that served was killed: nobody else would ever serve. */
@@ -169,6 +179,7 @@ static ZatStatus start(IpcHandle& handle, void* data) {
         if (timer.server == 0 || isOrphaned(timer))
             return serve(handle, wanted.timeMs, wanted.handler, wanted.argument);
         if (timer.server != oswIpcProcess || !isServedHere(handle)) return ZAT_IPC_TIMER_ELSEWHERE;
+        const OswLock pair(handlerLock);
         handle.server.handler = wanted.handler;
         handle.server.argument = wanted.argument;
     }
@@ -273,10 +284,14 @@ ZatStatus zatOSWIpcDeleteTimer(ZatIpcHandle handle) {
     if (status == ZAT_OK) status = oswIpcLockType(lock, IPC_TIMER);
     if (status != ZAT_OK) return status;
     IpcHandle* timer = oswIpcFind(IPC_TIMER, handle);
-    if (timer == nullptr || timer->localRefs != 1) {
-        lock.release();
+    if (timer == nullptr) {
         global.release();
-        return oswIpcDelete(handle, IPC_TIMER);
+        return oswIpcDeleteLocal(handle, IPC_TIMER, lock);
+    }
+    if (timer->localRefs == 0) return ZAT_IPC_NO_REFERENCE;
+    if (timer->localRefs > 1) {
+        oswIpcCloseObject(*timer);
+        return ZAT_OK;
     }
     oswIpcForgetHandle(*timer);
     lock.release();

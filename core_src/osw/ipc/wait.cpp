@@ -44,6 +44,12 @@ static ZatStatus enter(uint32_t type, ZatHandle handle, IpcLock& lock, IpcHandle
     }
 }
 
+/* The time of a queue's waiter runs out by the handle's timer, unless the timer's task is gone. */
+static ZatTimeoutMs backstop(ZatTimeoutMs timeoutMs) {
+    static constexpr ZatTimeoutMs graceMs = 1000;
+    return timeoutMs < ZAT_FOREVER - graceMs ? timeoutMs + graceMs : ZAT_FOREVER;
+}
+
 /* A counted waiter: from here on there is one way out, however the wait ends. */
 class Waiting {
   public:
@@ -53,8 +59,7 @@ class Waiting {
           kind_(kind),
           semId_(oswIpcSemId(*handle.entry)),
           generation_(handle.generation),
-          /* The time of a queue's waiter runs out by the handle's timer. */
-          block_(kind.enlist == nullptr ? timeoutMs : ZAT_FOREVER, kind.signals) {
+          block_(kind.enlist == nullptr ? timeoutMs : backstop(timeoutMs), kind.signals) {
         waiter_ = {{}, oswSelf(), timeoutMs, kind.waiter, 0, 0};
     }
     Waiting(const Waiting&) = delete;
@@ -86,7 +91,7 @@ class Waiting {
             const IpcBlockEnd end = sleep();
             if (lock_.isHeld() && isGone()) isListed_ = false;
             if (!isListed_)
-                return end == IpcBlockEnd::Removed ? ZAT_IPC_SEM_REMOVED : kind_.deleted;
+                return oswSysvValue(semId_, 0) < 0 ? ZAT_IPC_SEM_REMOVED : kind_.deleted;
             if (end == IpcBlockEnd::Removed) return ZAT_IPC_SEM_REMOVED;
             if (end == IpcBlockEnd::Failed) return ZAT_IPC_SEMOP_FAILED;
             const bool late = end == IpcBlockEnd::TimedOut || waiter_.expired != 0;
