@@ -66,7 +66,7 @@ void BoardLock::take() {
     }
 }
 
-void BoardLock::give() {
+void BoardLock::give() const {
     zatOSWIpcReleaseMutexSem(mutex_);
     zatOSWReleaseMutexSem(tasks_);
 }

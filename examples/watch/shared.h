@@ -40,7 +40,7 @@ class BoardLock {
 
     bool open(Board* board);
     void take();
-    void give();
+    void give() const;
 
   private:
     bool openNumber(unsigned number);

@@ -134,7 +134,7 @@ void useOne(const Objects& objects, uint32_t choice) {
 
 /* Forks the workers: the library comes up in each of them, and never here. */
 int storm(const std::vector<std::string>& arguments) {
-    const std::string round = arguments[0];
+    const std::string& round = arguments[0];
     std::mt19937 random(static_cast<uint32_t>(std::stoul(arguments[1])));
     int kills = std::stoi(arguments[2]);
     std::vector<pid_t> workers(8);
@@ -186,14 +186,14 @@ void expectQueueWorks(ZatIpcHandle queue) {
     while (zatOSWIpcReceiveMsgQueue(queue, message, sizeof message, 0) == ZAT_OK)
         ++drained;
     EXPECT_LE(drained, capacity);
-    for (char c = 'a'; c < 'a' + static_cast<int>(capacity); ++c) {
-        memset(message, c, sizeof message);
+    for (uint32_t i = 0; i < capacity; ++i) {
+        memset(message, static_cast<int>('a' + i), sizeof message);
         EXPECT_EQ(zatOSWIpcSendMsgQueue(queue, message, sizeof message, 0, 0), ZAT_OK);
     }
     EXPECT_EQ(zatOSWIpcSendMsgQueue(queue, message, sizeof message, 0, 0), ZAT_TIMED_OUT);
-    for (char c = 'a'; c < 'a' + static_cast<int>(capacity); ++c) {
+    for (uint32_t i = 0; i < capacity; ++i) {
         EXPECT_EQ(zatOSWIpcReceiveMsgQueue(queue, message, sizeof message, 0), ZAT_OK);
-        EXPECT_EQ(message[0], c);
+        EXPECT_EQ(message[0], static_cast<char>('a' + i));
     }
 }
 
