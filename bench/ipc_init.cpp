@@ -1,7 +1,8 @@
 /*
- * Bringing the library up in a process, beside the system calls that this must make: a key file for
- * each lock and the table, opened or created; the semaphores and the page. Every measurement is in
- * a program of its own, which is started anew for each and tells its time through a pipe.
+ * Bringing the library up in a process, beside the system calls that this must make: the key
+ * directory looked at, a key file for each lock and the table, opened or created; the semaphores
+ * and the page; the signal. Every measurement is in a program of its own, which is started anew for
+ * each and tells its time through a pipe.
  */
 
 #include <fcntl.h>
@@ -46,7 +47,27 @@ static int rawSemaphore(key_t key, bool first) {
     return made;
 }
 
+/* Each level of the key directory is looked at. */
+static void rawDirectory() {
+    std::string path = keyPath("");
+    for (size_t slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1))
+        close(open(path.substr(0, slash).c_str(), O_RDONLY));
+}
+
+static void rawSignal() {
+    struct sigaction action = {};
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGUSR1, &action, nullptr);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 static void rawInit(bool first) {
+    rawDirectory();
+    rawSignal();
     int global = -1;
     for (const char* name : names) {
         const key_t key = rawKey(name, first);

@@ -40,7 +40,7 @@ static ZatStatus postLocal(ZatHandle sem, void*) {
     return zatOSWPostCountSem(sem);
 }
 
-constexpr IpcWaitKind oswIpcCountWait = {
+static constexpr IpcWaitKind countWait = {
     .type = IPC_COUNT,
     .waiter = IPC_WAITS_EXCLUSIVELY,
     .signals = IpcSignals::AsBefore,
@@ -53,7 +53,7 @@ constexpr IpcWaitKind oswIpcCountWait = {
 };
 
 constexpr IpcUse oswIpcCountUse = {wake, nullptr, nullptr, nullptr};
-constexpr IpcChange oswIpcCountPost = {IPC_COUNT, post, postLocal};
+static constexpr IpcChange countPost = {IPC_COUNT, post, postLocal};
 
 static ZatStatus makeLocal(ZatHandle* sem, const IpcLocalWords& words) {
     return zatOSWCreateCountSem(sem, words.word[0], static_cast<int32_t>(words.word[1]));
@@ -66,11 +66,11 @@ ZatStatus zatOSWIpcCreateCountSem(const char* name, ZatIpcHandle* handle, uint32
 }
 
 ZatStatus zatOSWIpcWaitCountSem(ZatIpcHandle handle, ZatTimeoutMs timeoutMs) {
-    return oswIpcWait(handle, timeoutMs, IPC_OP_COUNT);
+    return oswIpcWait(handle, timeoutMs, countWait);
 }
 
 ZatStatus zatOSWIpcPostCountSem(ZatIpcHandle handle) {
-    return oswIpcRelease(handle, IPC_OP_COUNT);
+    return oswIpcApply(handle, countPost);
 }
 
 ZatStatus zatOSWIpcDeleteCountSem(ZatIpcHandle handle) {

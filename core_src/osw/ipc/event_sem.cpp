@@ -133,7 +133,7 @@ static ZatStatus resetLocal(ZatHandle event, void*) {
     return zatOSWResetEventSem(event);
 }
 
-constexpr IpcWaitKind oswIpcEventWait = {
+static constexpr IpcWaitKind eventWait = {
     .type = IPC_EVENT,
     .waiter = IPC_WAITS_EXCLUSIVELY,
     .signals = IpcSignals::AsBefore,
@@ -146,7 +146,7 @@ constexpr IpcWaitKind oswIpcEventWait = {
 };
 
 constexpr IpcUse oswIpcEventUse = {settle, nullptr, nullptr, nullptr};
-constexpr IpcChange oswIpcEventPost = {IPC_EVENT, post, postLocal};
+static constexpr IpcChange eventPost = {IPC_EVENT, post, postLocal};
 
 static ZatStatus makeLocal(ZatHandle* event, const IpcLocalWords& words) {
     return zatOSWCreateEventSem(event, words.word[0], words.word[1]);
@@ -159,11 +159,11 @@ ZatStatus zatOSWIpcCreateEventSem(const char* name, ZatIpcHandle* handle, uint32
 }
 
 ZatStatus zatOSWIpcWaitEventSem(ZatIpcHandle handle, ZatTimeoutMs timeoutMs) {
-    return oswIpcWait(handle, timeoutMs, IPC_OP_EVENT);
+    return oswIpcWait(handle, timeoutMs, eventWait);
 }
 
 ZatStatus zatOSWIpcPostEventSem(ZatIpcHandle handle) {
-    return oswIpcRelease(handle, IPC_OP_EVENT);
+    return oswIpcApply(handle, eventPost);
 }
 
 ZatStatus zatOSWIpcResetEventSem(ZatIpcHandle handle) {

@@ -151,8 +151,8 @@ static constexpr IpcWaitKind waitOf(IpcWaiterKind waiter,
     };
 }
 
-constexpr IpcWaitKind oswIpcSendWait = waitOf(IPC_WAITS_TO_SEND, lookToSend, send, sendLocal);
-constexpr IpcWaitKind oswIpcReceiveWait =
+static constexpr IpcWaitKind sendWait = waitOf(IPC_WAITS_TO_SEND, lookToSend, send, sendLocal);
+static constexpr IpcWaitKind receiveWait =
     waitOf(IPC_WAITS_TO_RECEIVE, lookToReceive, receive, receiveLocal);
 constexpr IpcUse oswIpcQueueUse = {wake, nullptr, nullptr, nullptr};
 
@@ -167,14 +167,14 @@ ZatStatus zatOSWIpcSendMsgQueue(ZatIpcHandle handle, const void* message, uint32
                                 ZatTimeoutMs timeoutMs, uint32_t priority) {
     if (message == nullptr && lengthBytes > 0) return ZAT_FAILED;
     Transfer transfer = {message, nullptr, lengthBytes, priority};
-    return oswIpcWait(handle, timeoutMs, IPC_OP_SEND, &transfer);
+    return oswIpcWait(handle, timeoutMs, sendWait, &transfer);
 }
 
 ZatStatus zatOSWIpcReceiveMsgQueue(ZatIpcHandle handle, void* buffer, uint32_t lengthBytes,
                                    ZatTimeoutMs timeoutMs) {
     if (buffer == nullptr && lengthBytes > 0) return ZAT_FAILED;
     Transfer transfer = {nullptr, buffer, lengthBytes, 0};
-    return oswIpcWait(handle, timeoutMs, IPC_OP_RECEIVE, &transfer);
+    return oswIpcWait(handle, timeoutMs, receiveWait, &transfer);
 }
 
 ZatStatus zatOSWIpcQueryMsgQueue(ZatIpcHandle handle, uint32_t* messages) {

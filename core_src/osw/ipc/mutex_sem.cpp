@@ -72,7 +72,7 @@ static ZatStatus releaseLocal(ZatHandle mutex, void*) {
     return zatOSWReleaseMutexSem(mutex);
 }
 
-constexpr IpcWaitKind oswIpcMutexWait = {
+static constexpr IpcWaitKind mutexWait = {
     .type = IPC_MUTEX,
     .waiter = IPC_WAITS_EXCLUSIVELY,
     .signals = IpcSignals::AsBefore,
@@ -85,7 +85,7 @@ constexpr IpcWaitKind oswIpcMutexWait = {
 };
 
 constexpr IpcUse oswIpcMutexUse = {wake, mayDelete, giveBackAll, giveBackOwn};
-constexpr IpcChange oswIpcMutexRelease = {IPC_MUTEX, release, releaseLocal};
+static constexpr IpcChange mutexRelease = {IPC_MUTEX, release, releaseLocal};
 
 static ZatStatus makeLocal(ZatHandle* mutex, const IpcLocalWords& words) {
     return zatOSWCreateMutexSem(mutex, words.word[0], words.word[1]);
@@ -105,11 +105,11 @@ ZatStatus zatOSWIpcCreateMutexSem(const char* name, ZatIpcHandle* handle, uint32
 }
 
 ZatStatus zatOSWIpcRequestMutexSem(ZatIpcHandle handle, ZatTimeoutMs timeoutMs) {
-    return oswIpcWait(handle, timeoutMs, IPC_OP_MUTEX);
+    return oswIpcWait(handle, timeoutMs, mutexWait);
 }
 
 ZatStatus zatOSWIpcReleaseMutexSem(ZatIpcHandle handle) {
-    return oswIpcRelease(handle, IPC_OP_MUTEX);
+    return oswIpcApply(handle, mutexRelease);
 }
 
 ZatStatus zatOSWIpcDeleteMutexSem(ZatIpcHandle handle) {

@@ -18,15 +18,10 @@
 #include "osw/ipc/key_private.h"
 #include "osw/ipc/kind_private.h"
 #include "osw/mem_part.h"
-#include "osw/self_private.h"
 
 IpcTypeState oswIpcTypes[IPC_TYPES];
 int oswIpcGlobalSem = -1;
 uint32_t oswIpcProcess;
-
-IpcThread oswIpcCaller() {
-    return {oswIpcProcess, oswSelf()};
-}
 
 ZatStatus oswIpcLockGlobal(IpcLock& lock) {
     const ZatStatus status = lock.take(oswIpcGlobalSem);
@@ -34,12 +29,6 @@ ZatStatus oswIpcLockGlobal(IpcLock& lock) {
     /* The layer went down while this thread waited. */
     lock.release();
     return ZAT_IPC_SEMOP_FAILED;
-}
-
-IpcHandle* oswIpcFind(uint32_t type, ZatHandle handle) {
-    const OswIndexNode* node = oswIndexFind(oswIpcTypes[type].byHandle, handle);
-    if (node == nullptr || oswWord(node->record) != handle) return nullptr;
-    return static_cast<IpcHandle*>(node->record);
 }
 
 /* The record of a process-local object has an address of its own, which nobody is given. */

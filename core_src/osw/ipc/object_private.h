@@ -8,9 +8,11 @@
 #include <stddef.h>
 
 #include "clb/list.h"
+#include "osw/handle_private.h"
 #include "osw/index_private.h"
 #include "osw/ipc/lock_private.h"
 #include "osw/ipc/page_private.h"
+#include "osw/self_private.h"
 #include "osw/timer.h"
 #include "osw/types.h"
 
@@ -111,7 +113,9 @@ extern int oswIpcGlobalSem;
 extern uint32_t oswIpcProcess;
 
 /* The calling thread as entries record it. */
-IpcThread oswIpcCaller();
+inline IpcThread oswIpcCaller() {
+    return {oswIpcProcess, oswSelf()};
+}
 
 inline bool oswIpcIsSame(const IpcThread& a, const IpcThread& b) {
     return a.process == b.process && a.thread == b.thread;
@@ -140,7 +144,11 @@ struct IpcParameters {
  * Under the type's lock: the handle among this process's handles of the type, null when it is not
  * there.
  */
-IpcHandle* oswIpcFind(uint32_t type, ZatHandle handle);
+inline IpcHandle* oswIpcFind(uint32_t type, ZatHandle handle) {
+    const OswIndexNode* node = oswIndexFind(oswIpcTypes[type].byHandle, handle);
+    if (node == nullptr || oswWord(node->record) != handle) return nullptr;
+    return static_cast<IpcHandle*>(node->record);
+}
 
 /* Under the type's lock: whether the handle names a process-local object. */
 bool oswIpcIsLocal(uint32_t type, ZatHandle handle);

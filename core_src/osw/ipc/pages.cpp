@@ -104,7 +104,6 @@ ZatStatus oswIpcJoinPages(uint32_t key) {
         status = makePage(pageName, key, &record);
     if (status != ZAT_OK) return status;
     ++record->page->processCount;
-    countLiving(*record);
     return ZAT_OK;
 }
 

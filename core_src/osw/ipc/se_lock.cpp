@@ -161,12 +161,12 @@ static constexpr IpcWaitKind waitOf(IpcWaiterKind waiter,
     };
 }
 
-constexpr IpcWaitKind oswIpcExclusiveWait =
+static constexpr IpcWaitKind exclusiveWait =
     waitOf(IPC_WAITS_EXCLUSIVELY, lookExclusive, takeExclusive);
-constexpr IpcWaitKind oswIpcSharedWait = waitOf(IPC_WAITS_TO_SHARE, lookShared, takeShared);
+static constexpr IpcWaitKind sharedWait = waitOf(IPC_WAITS_TO_SHARE, lookShared, takeShared);
 constexpr IpcUse oswIpcSELockUse = {wake, mayDelete, giveBackAll, giveBackOwn};
-constexpr IpcChange oswIpcExclusiveRelease = {IPC_SE_LOCK, releaseExclusive, nullptr};
-constexpr IpcChange oswIpcSharedRelease = {IPC_SE_LOCK, releaseShared, nullptr};
+static constexpr IpcChange exclusiveRelease = {IPC_SE_LOCK, releaseExclusive, nullptr};
+static constexpr IpcChange sharedRelease = {IPC_SE_LOCK, releaseShared, nullptr};
 
 ZatStatus zatOSWIpcCreateSELock(const char* name, ZatIpcHandle* handle, uint32_t,
                                 uint32_t initialState) {
@@ -183,19 +183,19 @@ ZatStatus zatOSWIpcCreateSELock(const char* name, ZatIpcHandle* handle, uint32_t
 }
 
 ZatStatus zatOSWIpcRequestExclusiveLock(ZatIpcHandle handle, ZatTimeoutMs timeoutMs) {
-    return oswIpcWait(handle, timeoutMs, IPC_OP_EXCLUSIVE);
+    return oswIpcWait(handle, timeoutMs, exclusiveWait);
 }
 
 ZatStatus zatOSWIpcReleaseExclusiveLock(ZatIpcHandle handle) {
-    return oswIpcRelease(handle, IPC_OP_EXCLUSIVE);
+    return oswIpcApply(handle, exclusiveRelease);
 }
 
 ZatStatus zatOSWIpcRequestSharedLock(ZatIpcHandle handle, ZatTimeoutMs timeoutMs) {
-    return oswIpcWait(handle, timeoutMs, IPC_OP_SHARED);
+    return oswIpcWait(handle, timeoutMs, sharedWait);
 }
 
 ZatStatus zatOSWIpcReleaseSharedLock(ZatIpcHandle handle) {
-    return oswIpcRelease(handle, IPC_OP_SHARED);
+    return oswIpcApply(handle, sharedRelease);
 }
 
 ZatStatus zatOSWIpcDeleteSELock(ZatIpcHandle handle) {

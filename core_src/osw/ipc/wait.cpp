@@ -9,38 +9,34 @@
 
 #include <algorithm>
 
-#include "osw/errno_private.h"
 #include "osw/handle_private.h"
 #include "osw/ipc/kind_private.h"
 #include "osw/self_private.h"
-
-static constexpr const IpcWaitKind* waitKinds[IPC_OPERATIONS] = {
-    &oswIpcMutexWait, &oswIpcCountWait, &oswIpcEventWait, &oswIpcSendWait,      &oswIpcReceiveWait,
-    nullptr,          nullptr,          nullptr,          &oswIpcExclusiveWait, &oswIpcSharedWait};
 
 /* A look's answer for the frame alone: the handle names a process-local object. */
 static constexpr ZatStatus isLocal = 0xFFFF0003;
 
 /*
- * Takes the lock of the type, finds the object and runs a step on it, again and again while the
- * step says that the object's waiters are being released. Holds the lock when it returns.
+ * Finds the object and runs a step on it, again and again while the step says that the object's
+ * waiters are being released. The lock of the type is held before, and afterwards unless it could
+ * not be taken again.
  */
 template <class Step>
 static ZatStatus enter(uint32_t type, ZatHandle handle, IpcLock& lock, IpcHandle*& object,
                        Step step) {
     IpcStall stall = {};
     for (;;) {
-        ZatStatus status = oswIpcLockType(lock, type);
-        if (status != ZAT_OK) return status;
         object = oswIpcFind(type, handle);
         if (object == nullptr) return oswIpcIsLocal(type, handle) ? isLocal : ZAT_IPC_NO_OBJECT;
-        status = step(*object);
+        ZatStatus status = step(*object);
         if (status == IPC_LATER && oswIpcEndStalledBroadcast(*object, stall))
             status = step(*object);
         if (status != IPC_LATER) return status;
         lock.release();
         static constexpr timespec moment = {0, 1000};
         nanosleep(&moment, nullptr);
+        status = oswIpcLockType(lock, type);
+        if (status != ZAT_OK) return status;
     }
 }
 
@@ -181,10 +177,8 @@ static ZatStatus block(IpcLock& lock, IpcHandle& handle, const IpcWaitKind& kind
     return status == ZAT_OK ? waiting.run(data) : status;
 }
 
-ZatStatus oswIpcWait(ZatHandle handle, ZatTimeoutMs timeoutMs, IpcOperation operation, void* data) {
-    const OswKeepErrno keepErrno;
-    const IpcWaitKind& kind = *waitKinds[operation];
-    IpcLock lock;
+ZatStatus oswIpcWaitOn(IpcLock& lock, ZatHandle handle, ZatTimeoutMs timeoutMs,
+                       const IpcWaitKind& kind, void* data) {
     IpcHandle* object = nullptr;
     const ZatStatus status = enter(kind.type, handle, lock, object, [&](IpcHandle& found) {
         ZatStatus look = kind.look(found, IpcComer::New);
@@ -200,27 +194,11 @@ ZatStatus oswIpcWait(ZatHandle handle, ZatTimeoutMs timeoutMs, IpcOperation oper
     return timeoutMs == 0 ? ZatStatus{ZAT_TIMED_OUT} : block(lock, *object, kind, timeoutMs, data);
 }
 
-ZatStatus oswIpcApply(ZatHandle handle, const IpcChange& change, void* data) {
-    const OswKeepErrno keepErrno;
-    IpcLock lock;
+ZatStatus oswIpcApplyLater(IpcLock& lock, ZatHandle handle, const IpcChange& change, void* data) {
     IpcHandle* object = nullptr;
     const ZatStatus status = enter(change.type, handle, lock, object,
                                    [&](IpcHandle& found) { return change.change(found, data); });
     if (status != isLocal) return status;
     lock.release();
     return change.local == nullptr ? ZatStatus{ZAT_IPC_NO_OBJECT} : change.local(handle, data);
-}
-
-ZatStatus oswIpcRelease(ZatHandle handle, IpcOperation operation) {
-    static constexpr const IpcChange* releases[IPC_OPERATIONS] = {&oswIpcMutexRelease,
-                                                                  &oswIpcCountPost,
-                                                                  &oswIpcEventPost,
-                                                                  nullptr,
-                                                                  nullptr,
-                                                                  nullptr,
-                                                                  nullptr,
-                                                                  nullptr,
-                                                                  &oswIpcExclusiveRelease,
-                                                                  &oswIpcSharedRelease};
-    return oswIpcApply(handle, *releases[operation]);
 }

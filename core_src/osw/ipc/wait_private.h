@@ -9,20 +9,9 @@
 #ifndef ZATOSW_OSW_IPC_WAIT_PRIVATE_H
 #define ZATOSW_OSW_IPC_WAIT_PRIVATE_H
 
+#include "osw/errno_private.h"
 #include "osw/ipc/block_private.h"
 #include "osw/ipc/object_private.h"
-
-/* The operations by which objects are waited for and given back. */
-enum IpcOperation : uint32_t {
-    IPC_OP_MUTEX = 0,
-    IPC_OP_COUNT = 1,
-    IPC_OP_EVENT = 2,
-    IPC_OP_SEND = 3,
-    IPC_OP_RECEIVE = 4,
-    IPC_OP_EXCLUSIVE = 8,
-    IPC_OP_SHARED = 9,
-    IPC_OPERATIONS = 10,
-};
 
 /* What a look at an object says, besides ZAT_OK (it can be taken) and errors; never returned. */
 enum : ZatStatus {
@@ -55,18 +44,6 @@ struct IpcWaitKind {
     ZatStatus (*dismiss)(IpcHandle& handle, const IpcWaiter& waiter);
 };
 
-extern const IpcWaitKind oswIpcMutexWait;
-extern const IpcWaitKind oswIpcCountWait;
-extern const IpcWaitKind oswIpcEventWait;
-extern const IpcWaitKind oswIpcSendWait;
-extern const IpcWaitKind oswIpcReceiveWait;
-extern const IpcWaitKind oswIpcExclusiveWait;
-extern const IpcWaitKind oswIpcSharedWait;
-
-/* Waits for an object and takes it; data is what the operation's take and local need. */
-ZatStatus oswIpcWait(ZatHandle handle, ZatTimeoutMs timeoutMs, IpcOperation operation,
-                     void* data = nullptr);
-
 /* A change of an object: ZAT_OK, IPC_LATER or an error. Under the lock of the type. */
 struct IpcChange {
     uint32_t type;
@@ -74,16 +51,41 @@ struct IpcChange {
     ZatStatus (*local)(ZatHandle object, void* data); /* null where there is none */
 };
 
-ZatStatus oswIpcApply(ZatHandle handle, const IpcChange& change, void* data = nullptr);
+/* The two frames from where it does not go straight on. The lock of the type is held, and released
+ * when they return. */
+ZatStatus oswIpcWaitOn(IpcLock& lock, ZatHandle handle, ZatTimeoutMs timeoutMs,
+                       const IpcWaitKind& kind, void* data);
+ZatStatus oswIpcApplyLater(IpcLock& lock, ZatHandle handle, const IpcChange& change, void* data);
 
-extern const IpcChange oswIpcMutexRelease;
-extern const IpcChange oswIpcCountPost;
-extern const IpcChange oswIpcEventPost;
-extern const IpcChange oswIpcExclusiveRelease;
-extern const IpcChange oswIpcSharedRelease;
+/* Inline, with a kind that the compiler sees through: right after a system call every call that
+ * returns costs more than it looks. */
+#define IPC_INLINE __attribute__((always_inline)) inline
 
-/* Gives an object back. */
-ZatStatus oswIpcRelease(ZatHandle handle, IpcOperation operation);
+/* Waits for an object and takes it; data is what the operation's take and local need. */
+IPC_INLINE ZatStatus oswIpcWait(ZatHandle handle, ZatTimeoutMs timeoutMs, const IpcWaitKind& kind,
+                                void* data = nullptr) {
+    const OswKeepErrno keepErrno;
+    IpcLock lock;
+    if (const ZatStatus status = oswIpcLockType(lock, kind.type); status != ZAT_OK) return status;
+    IpcHandle* object = oswIpcFind(kind.type, handle);
+    if (object != nullptr && kind.look(*object, IpcComer::New) == ZAT_OK) {
+        const ZatStatus status = kind.take(*object, data);
+        if (status != IPC_UNAVAILABLE) return status;
+    }
+    return oswIpcWaitOn(lock, handle, timeoutMs, kind, data);
+}
+
+/* Changes an object. */
+IPC_INLINE ZatStatus oswIpcApply(ZatHandle handle, const IpcChange& change, void* data = nullptr) {
+    const OswKeepErrno keepErrno;
+    IpcLock lock;
+    if (const ZatStatus status = oswIpcLockType(lock, change.type); status != ZAT_OK) return status;
+    if (IpcHandle* object = oswIpcFind(change.type, handle)) {
+        const ZatStatus status = change.change(*object, data);
+        if (status != IPC_LATER) return status;
+    }
+    return oswIpcApplyLater(lock, handle, change, data);
+}
 
 /* What the waiting looks like in an entry. */
 uint32_t& oswIpcWaiters(IpcObjectEntry& entry, uint32_t waiterKind);
