@@ -74,7 +74,7 @@ ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& par
     if (status != ZAT_OK) return status;
     status = creation.lock.release();
     if (status == ZAT_OK) status = creation.global.release();
-    if (status != ZAT_OK) oswIpcDelete(*handle, type);
+    if (status != ZAT_OK) oswIpcTakeBack(*handle, type);
     return status;
 }
 
@@ -97,6 +97,29 @@ static ZatStatus letGo(IpcHandle& handle, const IpcUse& use) {
     return use.giveBackAll == nullptr ? ZatStatus{ZAT_OK} : use.giveBackAll(handle);
 }
 
+/* With the last create of this process the handle is disposed of without the type's lock: a timer
+ * is joined, whose task may be waiting for it. */
+static void close(IpcHandle& handle, IpcLock& lock) {
+    if (!oswIpcCloseObject(handle)) return;
+    lock.release();
+    oswIpcDispose(&handle);
+}
+
+ZatStatus oswIpcTakeBack(ZatHandle handle, uint32_t type) {
+    const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
+    IpcLock global;
+    IpcLock lock;
+    ZatStatus status = oswIpcLockGlobal(global);
+    if (status == ZAT_OK) status = oswIpcLockType(lock, type);
+    if (status != ZAT_OK) return status;
+    IpcHandle* object = oswIpcFind(type, handle);
+    if (object == nullptr) return ZAT_IPC_NO_OBJECT;
+    if (object->localRefs == 1) oswIpcDismissWaiters(*object);
+    close(*object, lock);
+    return ZAT_OK;
+}
+
 ZatStatus oswIpcDelete(ZatHandle handle, uint32_t type) {
     const OswKeepErrno keepErrno;
     const OswUncancellable uncancellable;
@@ -115,9 +138,6 @@ ZatStatus oswIpcDelete(ZatHandle handle, uint32_t type) {
     if (object->localRefs == 1 && use.mayDelete != nullptr && !use.mayDelete(*object))
         return ZAT_IPC_DEADLOCK;
     status = letGo(*object, use);
-    if (!oswIpcCloseObject(*object)) return status;
-    lock.release();
-    /* A timer of the handle is joined: its task may be waiting for the lock. */
-    oswIpcDispose(object);
+    close(*object, lock);
     return status;
 }

@@ -58,6 +58,9 @@ class IpcCreated {
 /* The frame of the calls that delete. */
 ZatStatus oswIpcDelete(ZatHandle handle, uint32_t type);
 
+/* Takes a create back that has come to nothing: what the caller holds by another create stays. */
+ZatStatus oswIpcTakeBack(ZatHandle handle, uint32_t type);
+
 /* Deletes the process-local object that a handle names; ZAT_IPC_NO_OBJECT when it names none. The
  * lock of the type is held, and released. */
 ZatStatus oswIpcDeleteLocal(ZatHandle handle, uint32_t type, IpcLock& lock);

@@ -95,7 +95,7 @@ ZatStatus zatOSWIpcCreateMutexSem(const char* name, ZatIpcHandle* handle, uint32
                                   uint32_t initialState) {
     if (initialState > 1) return ZAT_IPC_BAD_PARAMETERS;
     if (handle == nullptr) return ZAT_FAILED;
-    IpcCreated created(zatOSWIpcDeleteMutexSem);
+    IpcCreated created([](ZatHandle made) { return oswIpcTakeBack(made, IPC_MUTEX); });
     ZatStatus status =
         oswIpcCreate(name, IPC_MUTEX, {}, &created.handle, makeLocal, {{options, initialState}});
     if (status == ZAT_OK && name != nullptr && initialState == 0)

@@ -172,7 +172,7 @@ ZatStatus zatOSWIpcCreateSELock(const char* name, ZatIpcHandle* handle, uint32_t
                                 uint32_t initialState) {
     if (initialState > ZAT_SE_LOCK_FREE) return ZAT_IPC_BAD_PARAMETERS;
     if (handle == nullptr) return ZAT_FAILED;
-    IpcCreated created(zatOSWIpcDeleteSELock);
+    IpcCreated created([](ZatHandle made) { return oswIpcTakeBack(made, IPC_SE_LOCK); });
     ZatStatus status = oswIpcCreate(name, IPC_SE_LOCK, {}, &created.handle, nullptr, {});
     if (status == ZAT_OK && initialState == ZAT_SE_LOCK_SHARED)
         status = zatOSWIpcRequestSharedLock(created.handle, ZAT_FOREVER);
