@@ -257,7 +257,7 @@ TEST(FailedInit, SaysWhyAndLeavesNothing) {
         int failures = 0;
         int result = 1;
         for (int at = 1; result == 1 && at <= 60; at += isSlow ? 7 : 1) {
-            const int result =
+            result =
                 waitForExit(spawnSelf("init-under-fault", {call, std::to_string(at), "for ever"}));
             EXPECT_LE(result, 1) << call << " number " << at;
             failures += result == 1;
