@@ -78,13 +78,6 @@ static ZatStatus openTypeLock(const char* name, bool isComplete, int& semId) {
     return failSetting(semId, created, name);
 }
 
-/* Only one process at a time may find the global semaphore unset, and set it. */
-static bool setGlobal(int semId) {
-    if (!isUnset(semId)) return true;
-    const IpcKeyFileLock file(globalName);
-    return !isUnset(semId) || oswSysvSetValue(semId, 1) == 0;
-}
-
 struct GlobalSem {
     uint32_t key;
     int id;
@@ -105,17 +98,28 @@ static void discardGlobal(IpcLock& lock, const GlobalSem& global, bool fileIsOur
     lock.forget();
 }
 
+/*
+ * Under the lock of its key file, under which the last process removes both: no semaphore is made
+ * for a file that is gone, whose inode may be another file's by then, and only one process at a
+ * time may find the semaphore unset, and set it.
+ */
 static GlobalAttempt openGlobal(GlobalSem& global, bool& fileIsNew) {
     const ZatStatus status = oswIpcFindKey(globalName, &global.key, &fileIsNew);
     if (status != ZAT_OK) return {status, status == ZAT_IPC_KEY_STAT_FAILED};
-    if (!getSemaphore(global.key, global.id, global.created)) {
-        /* EEXIST: somebody else lives on the same file by now. */
-        const bool again = errno == EEXIST || errno == ENOENT;
+    const IpcKeyFileLock file(globalName);
+    errno = 0;
+    if (!file.isHeld() || !oswIpcKeyIsCurrent(globalName, global.key)) {
+        /* Revoked meanwhile, by those who were leaving; or it cannot be looked at. */
+        const bool again = errno == 0 || errno == ENOENT;
         if (fileIsNew && !again) zatOSWIpcRevokeServerIpcKey(globalName);
-        return {ZAT_IPC_SEMGET_FAILED, again};
+        return {ZAT_IPC_KEY_STAT_FAILED, again};
     }
-    if (!setGlobal(global.id)) return {failSetting(global.id, global.created, globalName), false};
-    return {ZAT_OK, false};
+    if (!getSemaphore(global.key, global.id, global.created)) {
+        if (fileIsNew) zatOSWIpcRevokeServerIpcKey(globalName);
+        return {ZAT_IPC_SEMGET_FAILED, false};
+    }
+    if (!isUnset(global.id) || oswSysvSetValue(global.id, 1) == 0) return {ZAT_OK, false};
+    return {failSetting(global.id, global.created, globalName), false};
 }
 
 static GlobalAttempt tryGlobal(IpcLock& lock, GlobalSem& global) {
@@ -154,9 +158,9 @@ static void removeTable() {
     oswIpcRemovePages();
 }
 
-/* While it is held. The name first: who opens it from now on finds another semaphore, or waits for
- * this one to go and starts over. */
+/* While it is held: who waits for it starts over. */
 static void removeGlobal(IpcLock& lock, int semId) {
+    const IpcKeyFileLock file(globalName);
     zatOSWIpcRevokeServerIpcKey(globalName);
     oswSysvRemove(semId);
     lock.forget();

@@ -179,11 +179,10 @@ bool oswIpcKeyIsCurrent(const char* name, uint32_t key) {
 }
 
 IpcKeyFileLock::IpcKeyFileLock(const char* name) {
-    const OswKeepErrno keepErrno;
     const OswUncancellable uncancellable;
     KeyPath path;
     if (makePath(name, path) != ZAT_OK) return;
-    const int file = open(path.text, O_RDWR | O_CLOEXEC);
+    const int file = open(path.text, O_RDONLY | O_CLOEXEC);
     if (file < 0) return;
     int locked = flock(file, LOCK_EX);
     while (locked != 0 && errno == EINTR)

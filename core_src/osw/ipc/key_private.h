@@ -17,8 +17,8 @@ ZatStatus oswIpcFindKey(const char* name, uint32_t* key, bool* created);
  * at. */
 bool oswIpcKeyIsCurrent(const char* name, uint32_t key);
 
-/* Holds the name's key file locked until the end of the scope; the kernel unlocks it when its
- * holder dies. */
+/* Holds the name's key file locked until the end of the scope, or errno tells why not; the kernel
+ * unlocks it when its holder dies. */
 class IpcKeyFileLock {
   public:
     explicit IpcKeyFileLock(const char* name);
