@@ -40,17 +40,8 @@ static ZatStatus postLocal(ZatHandle sem, void*) {
     return zatOSWPostCountSem(sem);
 }
 
-static constexpr IpcWaitKind countWait = {
-    .type = IPC_COUNT,
-    .waiter = IPC_WAITS_EXCLUSIVELY,
-    .signals = IpcSignals::AsBefore,
-    .deleted = ZAT_IPC_NO_OBJECT,
-    .look = look,
-    .take = take,
-    .local = waitLocal,
-    .enlist = nullptr,
-    .dismiss = nullptr,
-};
+static constexpr IpcWaitKind countWait =
+    oswIpcSemaphoreWait(IPC_COUNT, IPC_WAITS_EXCLUSIVELY, look, take, waitLocal);
 
 constexpr IpcUse oswIpcCountUse = {wake, nullptr, nullptr, nullptr};
 static constexpr IpcChange countPost = {IPC_COUNT, post, postLocal};

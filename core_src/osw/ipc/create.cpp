@@ -53,8 +53,7 @@ static ZatStatus createLocal(uint32_t type, ZatHandle* handle, IpcMakeLocal make
 ZatStatus oswIpcCreateNamed(IpcCreation& creation, const char* name, uint32_t type,
                             const IpcParameters& parameters, ZatHandle* handle) {
     const OswUncancellable uncancellable;
-    ZatStatus status = oswIpcLockGlobal(creation.global);
-    if (status == ZAT_OK) status = oswIpcLockType(creation.lock, type);
+    ZatStatus status = oswIpcLockBoth(creation.global, creation.lock, type);
     if (status != ZAT_OK) return status;
     IpcHandle* object = nullptr;
     status = oswIpcOpenObject(name, type, parameters, creation.fresh, &object);
@@ -110,8 +109,7 @@ ZatStatus oswIpcTakeBack(ZatHandle handle, uint32_t type) {
     const OswUncancellable uncancellable;
     IpcLock global;
     IpcLock lock;
-    ZatStatus status = oswIpcLockGlobal(global);
-    if (status == ZAT_OK) status = oswIpcLockType(lock, type);
+    ZatStatus status = oswIpcLockBoth(global, lock, type);
     if (status != ZAT_OK) return status;
     IpcHandle* object = oswIpcFind(type, handle);
     if (object == nullptr) return ZAT_IPC_NO_OBJECT;
@@ -125,8 +123,7 @@ ZatStatus oswIpcDelete(ZatHandle handle, uint32_t type) {
     const OswUncancellable uncancellable;
     IpcLock global;
     IpcLock lock;
-    ZatStatus status = oswIpcLockGlobal(global);
-    if (status == ZAT_OK) status = oswIpcLockType(lock, type);
+    ZatStatus status = oswIpcLockBoth(global, lock, type);
     if (status != ZAT_OK) return status;
     IpcHandle* object = oswIpcFind(type, handle);
     if (object == nullptr) {

@@ -133,17 +133,8 @@ static ZatStatus resetLocal(ZatHandle event, void*) {
     return zatOSWResetEventSem(event);
 }
 
-static constexpr IpcWaitKind eventWait = {
-    .type = IPC_EVENT,
-    .waiter = IPC_WAITS_EXCLUSIVELY,
-    .signals = IpcSignals::AsBefore,
-    .deleted = ZAT_IPC_NO_OBJECT,
-    .look = look,
-    .take = take,
-    .local = waitLocal,
-    .enlist = nullptr,
-    .dismiss = nullptr,
-};
+static constexpr IpcWaitKind eventWait =
+    oswIpcSemaphoreWait(IPC_EVENT, IPC_WAITS_EXCLUSIVELY, look, take, waitLocal);
 
 constexpr IpcUse oswIpcEventUse = {settle, nullptr, nullptr, nullptr};
 static constexpr IpcChange eventPost = {IPC_EVENT, post, postLocal};

@@ -72,17 +72,8 @@ static ZatStatus releaseLocal(ZatHandle mutex, void*) {
     return zatOSWReleaseMutexSem(mutex);
 }
 
-static constexpr IpcWaitKind mutexWait = {
-    .type = IPC_MUTEX,
-    .waiter = IPC_WAITS_EXCLUSIVELY,
-    .signals = IpcSignals::AsBefore,
-    .deleted = ZAT_IPC_NO_OBJECT,
-    .look = look,
-    .take = take,
-    .local = requestLocal,
-    .enlist = nullptr,
-    .dismiss = nullptr,
-};
+static constexpr IpcWaitKind mutexWait =
+    oswIpcSemaphoreWait(IPC_MUTEX, IPC_WAITS_EXCLUSIVELY, look, take, requestLocal);
 
 constexpr IpcUse oswIpcMutexUse = {wake, mayDelete, giveBackAll, giveBackOwn};
 static constexpr IpcChange mutexRelease = {IPC_MUTEX, release, releaseLocal};

@@ -134,6 +134,12 @@ inline ZatStatus oswIpcLockType(IpcLock& lock, uint32_t type) {
     return lock.take(oswIpcTypes[type].lockSem);
 }
 
+/* Takes both, in their order: what creating and deleting need. */
+inline ZatStatus oswIpcLockBoth(IpcLock& global, IpcLock& lock, uint32_t type) {
+    const ZatStatus status = oswIpcLockGlobal(global);
+    return status == ZAT_OK ? oswIpcLockType(lock, type) : status;
+}
+
 /* What an object is created with; a new one's must equal those of an existing one. */
 struct IpcParameters {
     uint32_t first;

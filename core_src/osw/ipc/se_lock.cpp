@@ -145,25 +145,10 @@ static ZatStatus giveBackOwn(IpcHandle& handle) {
     return holder == nullptr ? ZatStatus{ZAT_OK} : dropShared(handle, *holder, holder->holds);
 }
 
-static constexpr IpcWaitKind waitOf(IpcWaiterKind waiter,
-                                    ZatStatus (*look)(IpcHandle& handle, IpcComer comer),
-                                    ZatStatus (*take)(IpcHandle& handle, void* data)) {
-    return {
-        .type = IPC_SE_LOCK,
-        .waiter = waiter,
-        .signals = IpcSignals::AsBefore,
-        .deleted = ZAT_IPC_NO_OBJECT,
-        .look = look,
-        .take = take,
-        .local = nullptr,
-        .enlist = nullptr,
-        .dismiss = nullptr,
-    };
-}
-
 static constexpr IpcWaitKind exclusiveWait =
-    waitOf(IPC_WAITS_EXCLUSIVELY, lookExclusive, takeExclusive);
-static constexpr IpcWaitKind sharedWait = waitOf(IPC_WAITS_TO_SHARE, lookShared, takeShared);
+    oswIpcSemaphoreWait(IPC_SE_LOCK, IPC_WAITS_EXCLUSIVELY, lookExclusive, takeExclusive, nullptr);
+static constexpr IpcWaitKind sharedWait =
+    oswIpcSemaphoreWait(IPC_SE_LOCK, IPC_WAITS_TO_SHARE, lookShared, takeShared, nullptr);
 constexpr IpcUse oswIpcSELockUse = {wake, mayDelete, giveBackAll, giveBackOwn};
 static constexpr IpcChange exclusiveRelease = {IPC_SE_LOCK, releaseExclusive, nullptr};
 static constexpr IpcChange sharedRelease = {IPC_SE_LOCK, releaseShared, nullptr};

@@ -280,8 +280,7 @@ ZatStatus zatOSWIpcDeleteTimer(ZatIpcHandle handle) {
     const OswUncancellable uncancellable;
     IpcLock global;
     IpcLock lock;
-    ZatStatus status = oswIpcLockGlobal(global);
-    if (status == ZAT_OK) status = oswIpcLockType(lock, IPC_TIMER);
+    ZatStatus status = oswIpcLockBoth(global, lock, IPC_TIMER);
     if (status != ZAT_OK) return status;
     IpcHandle* timer = oswIpcFind(IPC_TIMER, handle);
     if (timer == nullptr) {

@@ -44,6 +44,16 @@ struct IpcWaitKind {
     ZatStatus (*dismiss)(IpcHandle& handle, const IpcWaiter& waiter);
 };
 
+/* That of a semaphore or a lock, whose time-outs are the kernel's. */
+constexpr IpcWaitKind oswIpcSemaphoreWait(uint32_t type, IpcWaiterKind waiter,
+                                          ZatStatus (*look)(IpcHandle& handle, IpcComer comer),
+                                          ZatStatus (*take)(IpcHandle& handle, void* data),
+                                          ZatStatus (*local)(ZatHandle object,
+                                                             ZatTimeoutMs timeoutMs, void* data)) {
+    return {type,    waiter, IpcSignals::AsBefore, ZAT_IPC_NO_OBJECT, look, take, local,
+            nullptr, nullptr};
+}
+
 /* A change of an object: ZAT_OK, IPC_LATER or an error. Under the lock of the type. */
 struct IpcChange {
     uint32_t type;
