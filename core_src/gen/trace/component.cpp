@@ -115,9 +115,10 @@ zatGENTrcComp* zatGENGetTrcMaskById(uint32_t component) {
 
 zatGENTrcComp* zatGENGetTrcMaskByName(const char* name) {
     if (name == nullptr) return nullptr;
-    for (int32_t i = 0; i < countNow(); ++i)
-        if (zatCLBCompStrCase(genRegistry.records[i]->name, name) == 0)
-            return genRegistry.records[i];
+    for (int32_t i = 0; i < countNow(); ++i) {
+        zatGENTrcComp* record = genRegistry.records[i];
+        if (record->name != nullptr && zatCLBCompStrCase(record->name, name) == 0) return record;
+    }
     return nullptr;
 }
 

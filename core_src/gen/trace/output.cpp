@@ -235,6 +235,7 @@ int32_t zatGENTrcPrintMessage(uint32_t component, uint32_t type, uint32_t level,
 }
 
 void zatGENTrcRgnLogMessage(uint32_t component, uint32_t, uint32_t, const char* text) {
+    const OswKeepErrno keepErrno;
     genWriteLog(component, text);
 }
 
@@ -257,6 +258,7 @@ __attribute__((no_sanitize("address", "undefined"))) void zatGENTrcNotifyMessage
     static constexpr uint32_t further = 4;
     const ZatGenNotifyFunc hook = zatGENCtlNotifyFunc;
     if (hook == nullptr) return;
+    const OswKeepErrno keepErrno;
     uint32_t words[further];
     va_list arguments;
     va_start(arguments, d);
@@ -268,6 +270,7 @@ __attribute__((no_sanitize("address", "undefined"))) void zatGENTrcNotifyMessage
 
 void zatGENTransferData(uint32_t a1, uint32_t a2, uint32_t a3, uint32_t a4, uint32_t a5,
                         uint32_t a6, uint32_t a7) {
+    const OswKeepErrno keepErrno;
     if (const ZatGenDumpLogFunc hook = genDumpLogHook; hook != nullptr)
         hook(a1, a2, a3, a4, a5, a6, a7);
 }

@@ -234,8 +234,14 @@ ZatStatus zatOSWIpcInit(void) {
     return ZAT_OK;
 }
 
-/* Takes all handles of a type off their lists, for a later disposal. */
-static void dropHandles(uint32_t type, ClbLstHead& dropped) {
+/* What is disposed of when no lock semaphore is held any more. */
+struct Dropped {
+    ClbLstHead handles;
+    ClbLstHead locals;
+};
+
+/* Takes all handles of a type off their lists. */
+static void dropHandles(uint32_t type, Dropped& dropped) {
     {
         IpcLock lock;
         const bool isLocked = oswIpcLockType(lock, type) == ZAT_OK;
@@ -245,22 +251,22 @@ static void dropHandles(uint32_t type, ClbLstHead& dropped) {
             if (!isLocked) zatCLBLstInit(&handle->waiters);
             oswIpcDismissWaiters(*handle);
             oswIpcForgetHandle(*handle);
-            zatCLBLstAdd(&dropped, handle);
+            zatCLBLstAdd(&dropped.handles, handle);
         }
         for (IpcLocalObject* local : zatWalk<IpcLocalObject>(&state.locals)) {
             oswIpcRemoveLocal(type, local->object);
-            zatOSWOrgFreeMemPart(0, local);
+            zatCLBLstAdd(&dropped.locals, local);
         }
     }
     if (type != IPC_TIMER) return;
-    for (IpcHandle* handle : zatWalk<IpcHandle>(&dropped))
+    for (IpcHandle* handle : zatWalk<IpcHandle>(&dropped.handles))
         if (handle->type == IPC_TIMER) oswIpcStopServing(*handle);
 }
 
 void zatOSWIpcTerm(void) {
     const OswKeepErrno keepErrno;
     const OswUncancellable uncancellable;
-    ClbLstHead dropped = {};
+    Dropped dropped = {};
     IpcLock global;
     if (oswIpcLockGlobal(global) != ZAT_OK) return;
     if (initCount == 0 || --initCount > 0) return;
@@ -269,6 +275,8 @@ void zatOSWIpcTerm(void) {
     leaveTable(global, oswIpcGlobalSem);
     global.release();
     /* Timers are joined, whose tasks may be waiting for a lock semaphore: without any. */
-    for (IpcHandle* handle : zatWalk<IpcHandle>(&dropped))
+    for (IpcHandle* handle : zatWalk<IpcHandle>(&dropped.handles))
         oswIpcDispose(handle);
+    for (IpcLocalObject* local : zatWalk<IpcLocalObject>(&dropped.locals))
+        zatOSWOrgFreeMemPart(0, local);
 }

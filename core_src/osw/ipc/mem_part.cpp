@@ -44,7 +44,8 @@ ZatStatus zatOSWIpcCreateMemPart(ZatIpcHandle* part, const char* name, uint32_t 
     ZatIpcHandle made = 0;
     status = oswIpcCreateNamed(creation, name, IPC_PARTITION, {sizeBytes, 0}, &made);
     if (status != ZAT_OK) return status;
-    if (creation.lock.release() != ZAT_OK) {
+    const bool isNew = oswRecord<IpcHandle>(made)->entry->useCount == 1;
+    if (creation.lock.release() != ZAT_OK && isNew) {
         /* The layer is broken; callers have always been told success, and no new object is made. */
         creation.global.forget();
         return ZAT_OK;

@@ -88,11 +88,14 @@ static void take(const ShmHeap& heap, ShmBlockTag* tag, uint32_t need, uint32_t 
     tag->reqSize = sizeBytes;
     tag->blockId = shmNoId;
     const uint32_t size = shmBlockSize(tag);
-    if (size - need >= shmSmallestBlock)
+    const bool isSplit = size - need >= shmSmallestBlock;
+    /* Before the block is allocated, as it is uncounted after it is free: the figures may be too
+     * high when a process was killed, but never wrap. */
+    countAllocated(shmHeadOf(heap), isSplit ? need : size);
+    if (isSplit)
         split(heap, tag, need);
     else
         oswIpcPublish(tag->sizeFlags, size | shmAllocated);
-    countAllocated(shmHeadOf(heap), shmBlockSize(tag));
 }
 
 void shmHeapFormat(const ShmHeap& heap) {
@@ -131,15 +134,16 @@ ZatStatus shmHeapFree(const ShmHeap& heap, uint32_t offset) {
     oswIpcPublish(tag->sizeFlags, size);
     if (blockSizeFor(tag->reqSize) > size || size > heap.end - positionOf(heap, tag))
         return ZAT_OSW_PART_BAD_BLOCK;
-    if (ShmBlockTag* before = freeBefore(heap, tag); before != nullptr) {
+    /* More than one, where a process was killed before it had merged them. */
+    while (ShmBlockTag* before = freeBefore(heap, tag)) {
         merge(heap, before, tag);
         tag = before;
     }
-    if (const ShmBlockTag* behind = freeBehind(heap, tag); behind != nullptr)
+    while (const ShmBlockTag* behind = freeBehind(heap, tag))
         merge(heap, tag, behind);
     ShmHeapHead& head = shmHeadOf(heap);
-    head.curBytes -= size;
-    head.curBlocks -= 1;
+    oswIpcPublish(head.curBytes, head.curBytes - size);
+    oswIpcPublish(head.curBlocks, head.curBlocks - 1);
     return ZAT_OK;
 }
 

@@ -24,7 +24,7 @@ int oswSysvRemove(int semId);
 int oswSysvValue(int semId, uint16_t semaphore);
 int oswSysvBlocked(int semId, uint16_t semaphore);
 
-/* Whether any thread has ever operated on a set. */
+/* Whether a set's semaphore 0 was ever set or operated on. */
 bool oswSysvWasUsed(int semId);
 
 /*

@@ -39,6 +39,9 @@ ZATOSW_API ZatStatus zatOSWIpcCreateTimer(const char* name, ZatIpcHandle* handle
 /**
  * Starts a timer: its handler is called once, after the time.
  *
+ * Starting a running timer does not disturb its countdown: see zatOSWStartTimer(). A stop that is
+ * followed at once by a start may be lost, as any request that another one replaces.
+ *
  * With a handler, the process serves the timer from then on, or goes on doing so with the new
  * handler. Without one, the serving process starts it again with the handler that it has.
  *
