@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/sem.h>
-#include <sys/shm.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <zatosw/zatosw.h>
@@ -19,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "osw/ipc/peer.h"
 #include "support/selfstart.h"
 #include "support/support.h"
 
@@ -236,14 +235,6 @@ void weather(int round, int kills, std::mt19937& random) {
     expectAllWorks(objects);
     objects.close();
     EXPECT_LT(std::max(longestMs, stopwatch.elapsedMs()), inTimeMs) << name;
-}
-
-int systemVObjects() {
-    seminfo semaphores = {};
-    shm_info segments = {};
-    semctl(0, 0, SEM_INFO, &semaphores);
-    shmctl(0, SHM_INFO, reinterpret_cast<shmid_ds*>(&segments));
-    return semaphores.semusz + segments.used_ids;
 }
 
 TEST(KillStorm, LeavesTheSurvivorInWorkingOrder) {

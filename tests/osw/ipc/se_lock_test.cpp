@@ -44,7 +44,8 @@ TEST(SELock, IsMadeInOneOfThreeStates) {
     EXPECT_EQ(holds(), 1);
     EXPECT_EQ(make(ZAT_SE_LOCK_EXCLUSIVE, 0), ZAT_IPC_DEADLOCK);
     EXPECT_EQ(reinterpret_cast<const IpcHandle*>(lock)->localRefs, 1u) << "the create is undone";
-    unshare(0, 0);
+    EXPECT_EQ(holds(), 1) << "and the caller keeps what it has";
+    EXPECT_EQ(unshare(0, 0), ZAT_OK);
     EXPECT_EQ(make(ZAT_SE_LOCK_EXCLUSIVE, 0), ZAT_OK);
     EXPECT_EQ(holds(), -1);
     Peer peer;

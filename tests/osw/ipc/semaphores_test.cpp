@@ -157,6 +157,7 @@ TEST(SharedCount, LetsOneWaiterPassForEachPost) {
 
 /* The unit is the deleted task's or the other's, never lost and never twice. */
 TEST(SharedCount, HandsAUnitOnWhenItsWaiterIsDeletedMeanwhile) {
+    SKIP_IF_THREADS_ARE_FOLLOWED();
     ASSERT_EQ(makeCount(0, 0), ZAT_OK);
     Peer peer;
     ASSERT_EQ(peer(makeCount, 0), ZAT_OK);
