@@ -50,7 +50,7 @@ static bool matchesQueue(const IpcObjectEntry& entry, const IpcParameters& param
 
 /* Lets the System V queue take as many bytes as the queue is to hold. */
 static bool widenQueue(int queueId, const IpcParameters& parameters) {
-    msqid_ds state;
+    msqid_ds state = {};
     if (msgctl(queueId, IPC_STAT, &state) != 0) return false;
     const uint64_t bytes = uint64_t{parameters.first} * parameters.second;
     if (bytes <= state.msg_qbytes) return true;

@@ -40,7 +40,7 @@ bool oswIpcMakeTransfer(IpcHandle& handle) {
 
 /* What is really in the queue. */
 static void recountMessages(IpcQueueBody& queue) {
-    msqid_ds state;
+    msqid_ds state = {};
     if (msgctl(queue.queueId, IPC_STAT, &state) == 0)
         queue.messages = static_cast<uint32_t>(state.msg_qnum);
 }
