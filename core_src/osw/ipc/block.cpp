@@ -41,14 +41,15 @@ void oswIpcPrepareSignal() {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
-static int64_t nowNs() {
+int64_t oswIpcClockNs(clockid_t clock) {
     timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
+    clock_gettime(clock, &now);
     return now.tv_sec * nsPerSecond + now.tv_nsec;
 }
 
 IpcBlock::IpcBlock(ZatTimeoutMs timeoutMs, IpcSignals signals)
-    : deadlineNs_(timeoutMs == ZAT_FOREVER ? never : nowNs() + timeoutMs * nsPerMs),
+    : deadlineNs_(timeoutMs == ZAT_FOREVER ? never
+                                           : oswIpcClockNs(CLOCK_MONOTONIC) + timeoutMs * nsPerMs),
       outer_(current) {
     current = this;
     sigset_t set;
@@ -69,7 +70,7 @@ IpcBlock::~IpcBlock() {
 }
 
 void IpcBlock::arm() {
-    remainingNs_ = hasDeadline() ? deadlineNs_ - nowNs() : never;
+    remainingNs_ = hasDeadline() ? deadlineNs_ - oswIpcClockNs(CLOCK_MONOTONIC) : never;
     if (remainingNs_ < 0) remainingNs_ = 0;
     const int64_t sliceNs = remainingNs_ < lookAgainNs ? remainingNs_ : lookAgainNs;
     interrupted_ = 0;

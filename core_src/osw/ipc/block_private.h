@@ -11,6 +11,7 @@
 
 #include <signal.h>
 #include <sys/sem.h>
+#include <time.h>
 
 #include "osw/types.h"
 
@@ -19,6 +20,9 @@ void oswIpcPrepareSignal();
 
 /* Lets another thread of this process look up from its wait, if it is in one. */
 void oswIpcInterruptWait(ZatTaskId thread);
+
+/* What a clock of the kernel shows. */
+int64_t oswIpcClockNs(clockid_t clock);
 
 /* Which other signals may interrupt a wait. */
 enum class IpcSignals { AsBefore, None };

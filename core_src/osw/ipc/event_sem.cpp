@@ -76,12 +76,6 @@ static ZatStatus reset(IpcHandle& handle, void*) {
                                                 : ZatStatus{ZAT_IPC_SEMCTL_FAILED};
 }
 
-static int64_t nowNs() {
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * int64_t{1000000000} + now.tv_nsec;
-}
-
 /* Whether wake-ups lie about that nobody in the kernel waits for: those they were sent to are gone,
  * or have been about to block for all that time. */
 static bool isUnclaimed(const IpcSemBody& event) {
@@ -93,7 +87,7 @@ bool oswIpcEndStalledBroadcast(IpcHandle& handle, IpcStall& stall) {
     static constexpr int64_t unclaimedNs = 50000000;
     static constexpr int64_t anywayNs = 1000000000;
     IpcSemBody& event = handle.entry->sem;
-    const int64_t now = nowNs();
+    const int64_t now = oswIpcClockNs(CLOCK_MONOTONIC);
     if (stall.sinceNs == 0 || stall.value != event.value) {
         stall = {event.value, now};
         return false;

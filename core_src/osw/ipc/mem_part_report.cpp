@@ -197,9 +197,11 @@ static ZatStatus lookAtNamed(const char* name, PartReport& report) {
     return ZAT_IPC_NO_OBJECT;
 }
 
+/* The global semaphore as well: the figures are in a page that a termination detaches. */
 static ZatStatus lookAtList(ListReport& report) {
+    IpcLock global;
     IpcLock lock;
-    if (const ZatStatus status = oswIpcLockType(lock, IPC_PARTITION); status != ZAT_OK)
+    if (const ZatStatus status = oswIpcLockBoth(global, lock, IPC_PARTITION); status != ZAT_OK)
         return status;
     const ClbLstHead& handles = oswIpcTypes[IPC_PARTITION].handles;
     if (!report.parts.canHold(static_cast<uint32_t>(handles.count))) return needsRoom;

@@ -52,7 +52,6 @@ struct IpcHandleOfTimer {
     uint32_t argument;
     uint32_t starter; /* process that started the timer through this handle */
     ZatTaskId controlTask;
-    uint32_t controlEnded;
 };
 
 struct IpcHandleOfLock {

@@ -11,6 +11,7 @@
 
 #include "clb/list_walk_private.h"
 #include "osw/handle_private.h"
+#include "osw/ipc/block_private.h"
 #include "osw/ipc/msg_queue_private.h"
 #include "osw/lock_private.h"
 
@@ -24,9 +25,7 @@ static constexpr int64_t farAwayMs = 10000000;
 
 /* The clock that /proc/uptime shows, without opening a file under a lock. */
 static int64_t uptimeNs() {
-    timespec now;
-    clock_gettime(CLOCK_BOOTTIME, &now);
-    return now.tv_sec * (1000 * nsPerMs) + now.tv_nsec;
+    return oswIpcClockNs(CLOCK_BOOTTIME);
 }
 
 static ZatStatus startTimer(ZatTimer timer, int64_t timeNs, uint32_t handle);

@@ -32,20 +32,16 @@ static bool isServedHere(const IpcHandle& handle) {
     return handle.server.starter == oswIpcProcess && handle.server.controlTask != 0;
 }
 
-/* Ends a control task's use of the handle, however the task ends. */
+/* Says that a control task has ended, however it ends. */
 class ControlTaskEnd {
   public:
-    explicit ControlTaskEnd(IpcHandle& handle) : handle_(handle) {}
+    explicit ControlTaskEnd(IpcTimerBody& timer) : timer_(timer) {}
     ControlTaskEnd(const ControlTaskEnd&) = delete;
     ControlTaskEnd& operator=(const ControlTaskEnd&) = delete;
-    ~ControlTaskEnd() {
-        oswIpcPublish(handle_.entry->timer.command, TIMER_ENDED);
-        /* From here on the handle may be gone. */
-        oswIpcPublish(handle_.server.controlEnded, 1);
-    }
+    ~ControlTaskEnd() { oswIpcPublish(timer_.command, TIMER_ENDED); }
 
   private:
-    IpcHandle& handle_;
+    IpcTimerBody& timer_;
 };
 
 /* Waits for a request; false when the timer's semaphore is gone. */
@@ -79,8 +75,8 @@ static void restart(const IpcHandle& handle, uint32_t timeMs) {
 static uint32_t controlTask(uint32_t word, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                             uint32_t, uint32_t, uint32_t, uint32_t) {
     IpcHandle& handle = *oswRecord<IpcHandle>(word);
-    const ControlTaskEnd end(handle);
     IpcTimerBody& timer = handle.entry->timer;
+    const ControlTaskEnd end(timer);
     IpcBlock block(ZAT_FOREVER, IpcSignals::AsBefore);
     while (awaitRequest(block, timer.semId)) {
         switch (__atomic_load_n(&timer.command, __ATOMIC_ACQUIRE)) {
@@ -142,11 +138,11 @@ static ZatStatus serve(IpcHandle& handle, uint32_t timeMs, ZatTimerCallback hand
     ServingMaker maker(handle);
     /* A request that came too late for the process that served before. */
     oswSysvSetValue(timer.semId, 0);
-    handle.server = {handler, argument, oswIpcProcess, 0, 0};
+    handle.server = {handler, argument, oswIpcProcess, 0};
     ZatStatus status = zatOSWCreateTimer(&handle.timer, timer.created);
     if (status == ZAT_OK)
         status = zatOSWCreateJoinTask(&handle.server.controlTask, "oswipctmr", ZAT_INHERIT_PRIORITY,
-                                      timer.created, controlTask, 0, oswWord(&handle), 0, 0, 0, 0,
+                                      timer.created, controlTask, 1, oswWord(&handle), 0, 0, 0, 0,
                                       0, 0, 0, 0, 0);
     if (status == ZAT_OK && handle.server.controlTask == 0) status = ZAT_IPC_NO_MEMORY;
     if (status != ZAT_OK) return status;
@@ -235,16 +231,22 @@ static ZatStatus apply(ZatHandle handle, const IpcChange& change, void* data = n
 void oswIpcStopServing(IpcHandle& handle) {
     if (!isServedHere(handle)) return;
     IpcTimerBody& timer = handle.entry->timer;
+    const ZatTaskId task = handle.server.controlTask;
     IpcLock lock;
-    for (;;) {
-        if (oswIpcLockType(lock, IPC_TIMER) != ZAT_OK) return;
-        if (__atomic_load_n(&handle.server.controlEnded, __ATOMIC_ACQUIRE) != 0) break;
+    /* The task is asked, not the word: it may have been deleted before it had begun. */
+    while (zatOSWWaitTask(task, 0) != ZAT_OK) {
+        if (oswIpcLockType(lock, IPC_TIMER) != ZAT_OK) {
+            zatOSWDeleteTask(task);
+            break;
+        }
         /* Others may have replaced the request: the timer is theirs until it is marked. */
         if (timer.command != TIMER_EXIT && timer.command != TIMER_ENDED) request(timer, TIMER_EXIT);
         lock.release();
         static constexpr timespec moment = {0, 1000};
         nanosleep(&moment, nullptr);
     }
+    zatOSWWaitTask(task, 1);
+    if (oswIpcLockType(lock, IPC_TIMER) != ZAT_OK) return;
     timer.command = TIMER_ENDED;
     timer.server = 0;
 }
