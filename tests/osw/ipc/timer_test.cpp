@@ -168,6 +168,17 @@ TEST(SharedTimer, IsKnownToItsHandlerByTheLocalTimer) {
     }
 }
 
+TEST(SharedTimer, IsDeletedWhateverBecameOfItsControlTask) {
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_EQ(make(stackSize, 0), ZAT_OK);
+        ASSERT_EQ(serve(never, 0), ZAT_OK);
+        ZatTaskId task = 0;
+        ASSERT_EQ(zatOSWGetTaskIdByName(&task, "oswipctmr"), ZAT_OK);
+        EXPECT_EQ(zatOSWDeleteTask(task), ZAT_OK) << "perhaps before it has begun";
+        EXPECT_EQ(removeTimer(0, 0), ZAT_OK);
+    }
+}
+
 TEST(SharedTimer, WithoutANameIsAProcessLocalOne) {
     ASSERT_EQ(zatOSWIpcCreateTimer(nullptr, &timer, stackSize), ZAT_OK);
     ASSERT_EQ(serve(1, 5), ZAT_OK);
