@@ -86,8 +86,7 @@ class Waiting {
         for (;;) {
             const IpcBlockEnd end = sleep();
             if (lock_.isHeld() && isGone()) isListed_ = false;
-            if (!isListed_)
-                return oswSysvValue(semId_, 0) < 0 ? ZAT_IPC_SEM_REMOVED : kind_.deleted;
+            if (!isListed_) return endDismissed(end);
             if (end == IpcBlockEnd::Removed) return ZAT_IPC_SEM_REMOVED;
             if (end == IpcBlockEnd::Failed) return ZAT_IPC_SEMOP_FAILED;
             const bool late = end == IpcBlockEnd::TimedOut || waiter_.expired != 0;
@@ -121,6 +120,12 @@ class Waiting {
     bool isGone() const {
         const IpcHandle* found = oswIpcFind(kind_.type, oswWord(&handle_));
         return found == nullptr || found->generation != generation_;
+    }
+
+    /* The handle is gone. A wake-up that came before the signal was for somebody else. */
+    ZatStatus endDismissed(IpcBlockEnd end) const {
+        if (end == IpcBlockEnd::Woken) oswIpcPostOne(semId_, kind_.waiter);
+        return oswSysvValue(semId_, 0) < 0 ? ZAT_IPC_SEM_REMOVED : kind_.deleted;
     }
 
     void wakeOthers() { oswIpcKinds[kind_.type].use->wake(handle_); }

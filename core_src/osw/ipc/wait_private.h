@@ -106,6 +106,7 @@ uint16_t oswIpcSemaphore(uint32_t waiterKind);
 uint32_t oswIpcOwnWaiters(const IpcHandle& handle, uint32_t waiterKind);
 
 /* Sends one more wake-up, or makes sure that there is exactly one. */
+ZatStatus oswIpcPostOne(int semId, uint32_t waiterKind);
 ZatStatus oswIpcPostOne(const IpcObjectEntry& entry, uint32_t waiterKind);
 ZatStatus oswIpcLetOnePass(const IpcObjectEntry& entry, uint32_t waiterKind);
 

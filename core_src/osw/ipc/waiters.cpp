@@ -36,11 +36,15 @@ int oswIpcSemId(const IpcObjectEntry& entry) {
     }
 }
 
-ZatStatus oswIpcPostOne(const IpcObjectEntry& entry, uint32_t waiterKind) {
+ZatStatus oswIpcPostOne(int semId, uint32_t waiterKind) {
     sembuf operation = oswIpcSemaphore(waiterKind) == 0 ? ipcPost : ipcPostSecond;
-    const uint32_t error = oswSysvOperate(oswIpcSemId(entry), operation);
+    const uint32_t error = oswSysvOperate(semId, operation);
     /* Full of wake-ups that nobody takes, because those who waited were killed: nobody sleeps. */
     return error == 0 || error == ERANGE ? ZatStatus{ZAT_OK} : ZatStatus{ZAT_IPC_SEMOP_FAILED};
+}
+
+ZatStatus oswIpcPostOne(const IpcObjectEntry& entry, uint32_t waiterKind) {
+    return oswIpcPostOne(oswIpcSemId(entry), waiterKind);
 }
 
 ZatStatus oswIpcLetOnePass(const IpcObjectEntry& entry, uint32_t waiterKind) {
