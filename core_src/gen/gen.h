@@ -5,6 +5,7 @@
 #ifndef ZATOSW_GEN_GEN_H
 #define ZATOSW_GEN_GEN_H
 
+#include "rgnlog/region_log.h"
 #include "trace/component.h"
 #include "trace/hook.h"
 #include "trace/mask.h"

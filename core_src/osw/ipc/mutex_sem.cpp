@@ -4,6 +4,8 @@
 
 #include "osw/ipc/create_private.h"
 #include "osw/ipc/kind_private.h"
+#include "osw/ipc/mutex_sem_private.h"
+#include "osw/ipc/process_private.h"
 #include "osw/ipc/wait_private.h"
 #include "osw/mutex_sem.h"
 
@@ -51,6 +53,13 @@ static ZatStatus release(IpcHandle& handle, void*) {
     return free(handle);
 }
 
+static ZatStatus inherit(IpcHandle& handle, void*) {
+    IpcSemBody& mutex = handle.entry->sem;
+    if (mutex.value == 0 || oswIpcIsAlive(mutex.owner.process)) return ZAT_TIMED_OUT;
+    oswIpcPublish(mutex.value, 0);
+    return take(handle, nullptr);
+}
+
 static bool mayDelete(const IpcHandle& handle) {
     return handle.held == 0 || isOwn(handle.entry->sem);
 }
@@ -77,6 +86,7 @@ static constexpr IpcWaitKind mutexWait =
 
 constexpr IpcUse oswIpcMutexUse = {wake, mayDelete, giveBackAll, giveBackOwn};
 static constexpr IpcChange mutexRelease = {IPC_MUTEX, release, releaseLocal};
+static constexpr IpcChange mutexInheritance = {IPC_MUTEX, inherit, nullptr};
 
 static ZatStatus makeLocal(ZatHandle* mutex, const IpcLocalWords& words) {
     return zatOSWCreateMutexSem(mutex, words.word[0], words.word[1]);
@@ -101,6 +111,10 @@ ZatStatus zatOSWIpcRequestMutexSem(ZatIpcHandle handle, ZatTimeoutMs timeoutMs) 
 
 ZatStatus zatOSWIpcReleaseMutexSem(ZatIpcHandle handle) {
     return oswIpcApply(handle, mutexRelease);
+}
+
+ZatStatus oswIpcInheritMutexSem(ZatIpcHandle handle) {
+    return oswIpcApply(handle, mutexInheritance);
 }
 
 ZatStatus zatOSWIpcDeleteMutexSem(ZatIpcHandle handle) {

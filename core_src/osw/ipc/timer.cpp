@@ -5,9 +5,7 @@
 
 #include "osw/ipc/timer.h"
 
-#include <errno.h>
 #include <pthread.h>
-#include <signal.h>
 #include <time.h>
 
 #include "clb/list_walk_private.h"
@@ -15,6 +13,7 @@
 #include "osw/handle_private.h"
 #include "osw/ipc/block_private.h"
 #include "osw/ipc/create_private.h"
+#include "osw/ipc/process_private.h"
 #include "osw/ipc/timer_private.h"
 #include "osw/ipc/wait_private.h"
 #include "osw/lock_private.h"
@@ -156,8 +155,7 @@ static ZatStatus serve(IpcHandle& handle, uint32_t timeMs, ZatTimerCallback hand
 
 /* Whether the process that served was killed: nobody else would ever serve. */
 static bool isOrphaned(const IpcTimerBody& timer) {
-    return timer.server != oswIpcProcess && ::kill(static_cast<pid_t>(timer.server), 0) != 0 &&
-           errno == ESRCH;
+    return timer.server != oswIpcProcess && !oswIpcIsAlive(timer.server);
 }
 
 struct TimerStart {

@@ -1,0 +1,151 @@
+/* Regions are made, made anew, and deleted. */
+
+#include <string.h>
+#include <time.h>
+
+#include <memory>
+
+#include "gen/rgnlog/region_private.h"
+#include "osw/errno_private.h"
+#include "osw/init.h"
+#include "osw/lock_private.h"
+
+static constexpr uint32_t allLevels = 0xFFFF;
+static constexpr uint64_t largestArea = INT32_MAX & ~0xFFu;
+
+/* A region that is being made; undone at the end of the scope unless it was finished. */
+class RegionMaker {
+  public:
+    RegionMaker() = default;
+    RegionMaker(const RegionMaker&) = delete;
+    RegionMaker& operator=(const RegionMaker&) = delete;
+    ~RegionMaker() {
+        if (region == nullptr) return;
+        genEndRing(*region);
+        genRetireRegion(*region);
+    }
+
+    void finish() { region = nullptr; }
+
+    GenRegion* region = nullptr;
+};
+
+struct RegionWish {
+    uint64_t areaSize;
+    int32_t maxEntry;
+    uint32_t lck;
+    uint32_t shm;
+    uint32_t fmt;
+
+    bool isPossible() const { return areaSize > 0 && areaSize <= largestArea; }
+};
+
+static ZatStatus make(int32_t id, const char* name, uint32_t mask, const RegionWish& wish) {
+    if (const ZatStatus status = zatOSWInit(); status != ZAT_OK) return status;
+    const OswKeepErrno keepErrno;
+    if (id == genNoRegion || name == nullptr || !wish.isPossible()) return ZAT_FAILED;
+    /* What is under way in other processes' sight is completed. */
+    const OswUncancellable uncancellable;
+    if (GenRegionUse(id)) return ZAT_GEN_LOG_EXISTS;
+    RegionMaker maker;
+    ZatStatus status = genNewRegion(name, maker.region);
+    if (status != ZAT_OK) return status;
+    GenRegion& region = *maker.region;
+    region.info.mask = mask & allLevels;
+    region.info.fmt = wish.fmt;
+    region.areaSize =
+        static_cast<uint32_t>((wish.areaSize + genRingGrain - 1) / genRingGrain * genRingGrain);
+    status = wish.shm != 0 ? genMakeSharedRing(region, wish.maxEntry)
+                           : genMakePrivateRing(region, wish.maxEntry, wish.lck != 0);
+    if (status == ZAT_OK) status = genAddRegion(region, id);
+    if (status == ZAT_OK) maker.finish();
+    return status;
+}
+
+/* A negative size is none. */
+static uint64_t sizeOf(int32_t areaSizeBytes) {
+    return areaSizeBytes < 0 ? 0 : static_cast<uint64_t>(areaSizeBytes);
+}
+
+ZatStatus zatGENCreateRgnLog(int32_t id, const char* name, uint32_t mask, int32_t areaSizeBytes,
+                             int32_t maxEntry, uint32_t lck, uint32_t shm, uint32_t fmt) {
+    return make(id, name, mask, {sizeOf(areaSizeBytes), maxEntry, lck, shm, fmt});
+}
+
+ZatStatus zatGENInitRgnLog(int32_t id, const char* name, uint32_t mask, int32_t num, int32_t len,
+                           uint32_t lck, uint32_t shm) {
+    if (len <= 0)
+        return zatGENCreateRgnLog(id, name, mask, num, 0, lck, shm,
+                                  len < 0 ? ZAT_GEN_BINARY_LOG : ZAT_GEN_TEXT_LOG);
+    const uint64_t record = static_cast<uint64_t>(len) + sizeof(GenRingHead);
+    return make(id, name, mask, {sizeOf(num) * record, len, lck, shm, ZAT_GEN_TEXT_LOG});
+}
+
+static void awaitOthers(const GenRegion& region) {
+    while (region.users.load() > 1) {
+        static constexpr timespec moment = {0, 1000000};
+        nanosleep(&moment, nullptr);
+    }
+}
+
+/*
+ * Ends a region that the caller uses, so it finds it no more; whoever comes to hold its lock after
+ * that, sees so. False when somebody else ends it.
+ */
+static bool retract(GenRegion& region) {
+    const GenRegionLock lock(region);
+    /* A lock that cannot be had must not keep a region that cannot be used. */
+    if (lock.status() == ZAT_GEN_NO_LOG || !genRemoveRegion(region)) return false;
+    if (lock.status() == ZAT_OK) region.info.header->run = 0;
+    return true;
+}
+
+ZatStatus zatGENDeleteRgnLog(int32_t id) {
+    const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
+    const GenRegionUse region(id);
+    if (!region || !retract(*region)) return ZAT_GEN_NO_LOG;
+    awaitOthers(*region);
+    genEndRing(*region);
+    genRetireRegion(*region);
+    return ZAT_OK;
+}
+
+ZatStatus zatGENTermRgnLog(void) {
+    for (;;) {
+        int32_t last = genNoRegion;
+        {
+            const GenRegionUse region = GenRegionUse::last();
+            if (!region) break;
+            last = region->info.id;
+        }
+        zatGENDeleteRgnLog(last);
+    }
+    genEndTable();
+    return ZAT_OK;
+}
+
+struct FreeText {
+    void operator()(char* text) const { free(text); }
+};
+
+ZatStatus zatGENReallocRgnLog(const char* name, int32_t areaSizeBytes, int32_t maxEntry,
+                              uint32_t lck, uint32_t shm) {
+    RegionWish wish = {sizeOf(areaSizeBytes), maxEntry, lck, shm, 0};
+    if (name == nullptr || !wish.isPossible()) return ZAT_FAILED;
+    /* It may be the region's own, which goes. */
+    const std::unique_ptr<char, FreeText> own(strdup(name));
+    if (own == nullptr) return ZAT_OSW_PART_EXHAUSTED;
+    int32_t id = genNoRegion;
+    uint32_t mask = 0;
+    {
+        const GenRegionUse region(own.get());
+        if (!region) return ZAT_GEN_NO_LOG;
+        id = region->info.id;
+        mask = region->info.mask;
+        wish.fmt = region->info.fmt;
+    }
+    zatGENStopRgnLog(id);
+    if (const ZatStatus status = zatGENDeleteRgnLog(id); status != ZAT_OK) return status;
+    return make(id, own.get(), mask, wish);
+}
