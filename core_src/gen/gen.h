@@ -1,13 +1,17 @@
 /**
  * @file
- * The general services: trace components, masks, hooks and output.
+ * The general services: the trace, and region logs.
  */
 #ifndef ZATOSW_GEN_GEN_H
 #define ZATOSW_GEN_GEN_H
 
 #include "rgnlog/region_log.h"
+#include "rgnlog/region_print.h"
 #include "trace/component.h"
+#include "trace/dump.h"
 #include "trace/hook.h"
+#include "trace/listing.h"
+#include "trace/maintenance_log.h"
 #include "trace/mask.h"
 #include "trace/output.h"
 #include "trace/settings.h"

@@ -93,7 +93,7 @@ ZatStatus zatGENGetRgnIDByName(int32_t* id, const char* name) {
     if (id == nullptr || name == nullptr) return ZAT_FAILED;
     const GenRegionUse region(name);
     if (!region) return ZAT_GEN_NO_LOG;
-    *id = region->info.id;
+    *id = region.id();
     return ZAT_OK;
 }
 

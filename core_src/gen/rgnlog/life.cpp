@@ -117,7 +117,7 @@ ZatStatus zatGENTermRgnLog(void) {
         {
             const GenRegionUse region = GenRegionUse::last();
             if (!region) break;
-            last = region->info.id;
+            last = region.id();
         }
         zatGENDeleteRgnLog(last);
     }
@@ -141,7 +141,7 @@ ZatStatus zatGENReallocRgnLog(const char* name, int32_t areaSizeBytes, int32_t m
     {
         const GenRegionUse region(own.get());
         if (!region) return ZAT_GEN_NO_LOG;
-        id = region->info.id;
+        id = region.id();
         mask = region->info.mask;
         wish.fmt = region->info.fmt;
     }

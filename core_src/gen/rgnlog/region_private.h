@@ -37,9 +37,9 @@ class GenRegionUse {
      * one whose id is above another's. */
     explicit GenRegionUse(int32_t id);
     explicit GenRegionUse(const char* name);
-    static GenRegionUse first();
-    static GenRegionUse last();
-    static GenRegionUse after(int32_t id);
+    static GenRegionUse first() { return GenRegionUse(INT32_MIN, false); }
+    static GenRegionUse last() { return GenRegionUse(Last{}); }
+    static GenRegionUse after(int32_t id) { return GenRegionUse(id, true); }
     GenRegionUse(const GenRegionUse&) = delete;
     GenRegionUse& operator=(const GenRegionUse&) = delete;
     ~GenRegionUse() {
@@ -47,6 +47,8 @@ class GenRegionUse {
     }
 
     explicit operator bool() const { return region_ != nullptr; }
+    /* As it was found; a deletion may take it off the region meanwhile. */
+    int32_t id() const { return id_; }
     GenRegion& operator*() const { return *region_; }
     GenRegion* operator->() const { return region_; }
 
@@ -55,8 +57,26 @@ class GenRegionUse {
     explicit GenRegionUse(Last);
     GenRegionUse(int32_t id, bool isStrict);
 
+    void enter(uint32_t slot);
+
     GenRegion* region_ = nullptr;
+    int32_t id_ = genNoRegion;
 };
+
+/* Calls visit(id) for every region there is, by ascending id, until that is false. No lock is held
+ * meanwhile, so the region may be gone. */
+template <class Visit>
+void genForRegions(Visit visit) {
+    int32_t id = genNoRegion;
+    for (bool isFirst = true;; isFirst = false) {
+        {
+            const GenRegionUse region = isFirst ? GenRegionUse::first() : GenRegionUse::after(id);
+            if (!region) return;
+            id = region.id();
+        }
+        if (!visit(id)) return;
+    }
+}
 
 /* A region's lock, if it has one, until the end of the scope. */
 class GenRegionLock {

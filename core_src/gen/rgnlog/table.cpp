@@ -95,52 +95,42 @@ static bool isAt(uint32_t slot, int32_t id) {
 }
 
 /* Where there are no regions, finding that out takes no lock. */
-static bool enter(TableLock& lock) {
+static bool takeForUse(TableLock& lock) {
     return regionCount.load() != 0 && lock.take() == ZAT_OK;
 }
 
-static GenRegion* use(uint32_t slot) {
-    if (slot >= regionCount.load()) return nullptr;
-    slots[slot]->users.fetch_add(1);
-    return slots[slot];
+/* Under the lock. */
+void GenRegionUse::enter(uint32_t slot) {
+    if (slot >= regionCount.load()) return;
+    region_ = slots[slot];
+    id_ = region_->info.id;
+    region_->users.fetch_add(1);
 }
 
 GenRegionUse::GenRegionUse(int32_t id) {
     TableLock lock;
-    if (!enter(lock)) return;
+    if (!takeForUse(lock)) return;
     const uint32_t slot = find(id, false);
-    if (isAt(slot, id)) region_ = use(slot);
+    if (isAt(slot, id)) enter(slot);
 }
 
 GenRegionUse::GenRegionUse(const char* name) {
     TableLock lock;
-    if (!enter(lock)) return;
+    if (!takeForUse(lock)) return;
     uint32_t slot = 0;
     while (slot < regionCount.load() && strcmp(slots[slot]->info.name, name) != 0)
         ++slot;
-    region_ = use(slot);
+    enter(slot);
 }
 
 GenRegionUse::GenRegionUse(int32_t id, bool isStrict) {
     TableLock lock;
-    if (enter(lock)) region_ = use(find(id, isStrict));
-}
-
-GenRegionUse GenRegionUse::first() {
-    return GenRegionUse(INT32_MIN, false);
-}
-
-GenRegionUse GenRegionUse::after(int32_t id) {
-    return GenRegionUse(id, true);
-}
-
-GenRegionUse GenRegionUse::last() {
-    return GenRegionUse(Last{});
+    if (takeForUse(lock)) enter(find(id, isStrict));
 }
 
 GenRegionUse::GenRegionUse(Last) {
     TableLock lock;
-    if (enter(lock) && regionCount.load() > 0) region_ = use(regionCount.load() - 1);
+    if (takeForUse(lock) && regionCount.load() > 0) enter(regionCount.load() - 1);
 }
 
 /* Under the lock: a table with other room; the old one stays when there is no memory. */

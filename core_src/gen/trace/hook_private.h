@@ -35,12 +35,29 @@ ZatStatus genAddUserFunction(GenUserKind kind, GenUserFunction function);
 /* The node behind one, or with null the first. */
 GenUserNode* genNextUser(GenUserKind kind, const GenUserNode* node);
 
-/* Calls each function of a list, in the order in which they were added. */
-template <class Function, class... Arguments>
-void genCallUsers(GenUserKind kind, Arguments... arguments) {
+/* Goes over the functions of a list, in the order in which they were added. */
+template <class Visit>
+void genForUsers(GenUserKind kind, Visit visit) {
     for (const GenUserNode* node = genNextUser(kind, nullptr); node != nullptr;
          node = genNextUser(kind, node))
-        if (node->function != nullptr) reinterpret_cast<Function>(node->function)(arguments...);
+        if (node->function != nullptr) visit(node->function);
+}
+
+/* Calls each of them. */
+template <class Function, class... Arguments>
+void genCallUsers(GenUserKind kind, Arguments... arguments) {
+    genForUsers(kind, [&](GenUserFunction function) {
+        reinterpret_cast<Function>(function)(arguments...);
+    });
+}
+
+/* The same with functions that answer: the last answer, or the one given if there are none. */
+template <class Function, class... Arguments>
+ZatStatus genAskUsers(ZatStatus status, GenUserKind kind, Arguments... arguments) {
+    genForUsers(kind, [&](GenUserFunction function) {
+        status = reinterpret_cast<Function>(function)(arguments...);
+    });
+    return status;
 }
 
 /* Frees all nodes but the first of each list. */

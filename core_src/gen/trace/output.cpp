@@ -20,18 +20,6 @@
 static constexpr uint32_t textSize = 1280;
 static constexpr uint32_t lastForwardedLevel = 14;
 
-/* Where a message goes, in the order in which it gets there. */
-enum Sink : uint32_t {
-    StandardError = 1,
-    DirectLog = 2,
-    PrintHook = 4,
-    UserFunctions = 8,
-    StandardLog = 16,
-    OwnLog = 32,
-    ErrorLog = 64,
-    PerformanceLog = 128,
-};
-
 /* What is done about a message that the masks need not let through. */
 enum Step : uint32_t {
     Forward = 1,
@@ -58,17 +46,19 @@ static constexpr uint32_t definedType = ZAT_GEN_MONITOR | (lowTypes - 1);
 static constexpr Channel channels[2 * lowTypes] = {
     NOWHERE,
     /* Plain prints of level 0 are no errors; monitored ones are. */
-    {MASKS(prnmask), StandardError, 0, Forward | Performance},
-    {MASKS(trcmask), StandardError, 0, Forward | ReportErrors | Performance},
-    {MASKS(logmask), StandardLog | OwnLog, 0, 0},
+    {MASKS(prnmask), GEN_TO_STANDARD_ERROR, 0, Forward | Performance},
+    {MASKS(trcmask), GEN_TO_STANDARD_ERROR, 0, Forward | ReportErrors | Performance},
+    {MASKS(logmask), GEN_TO_STANDARD_LOG | GEN_TO_OWN_LOG, 0, 0},
     NOWHERE,
     NOWHERE,
     NOWHERE,
     {MASKS(logmask), 0, 0, Direct},
     NOWHERE,
-    {MASKS(prnmask), StandardError, PrintHook, Forward | ReportErrors | Performance},
-    {MASKS(trcmask), StandardError, PrintHook, Forward | ReportErrors | Performance},
-    {MASKS(logmask), StandardLog | OwnLog, UserFunctions, 0},
+    {MASKS(prnmask), GEN_TO_STANDARD_ERROR, GEN_TO_PRINT_HOOK,
+     Forward | ReportErrors | Performance},
+    {MASKS(trcmask), GEN_TO_STANDARD_ERROR, GEN_TO_PRINT_HOOK,
+     Forward | ReportErrors | Performance},
+    {MASKS(logmask), GEN_TO_STANDARD_LOG | GEN_TO_OWN_LOG, GEN_TO_USER_FUNCTIONS, 0},
     NOWHERE,
     NOWHERE,
     NOWHERE,
@@ -107,25 +97,29 @@ GEN_INLINE uint32_t gates(const Channel& channel, uint32_t component, uint32_t b
 /* Of the logs that a message is offered to, those whose own masks take it. */
 __attribute__((noinline)) static uint32_t takenBy(uint32_t sinks, uint32_t component,
                                                   uint32_t bareLevel) {
-    if ((sinks & StandardLog) != 0 && !genLogTakes(GEN_STANDARD_LOG, bareLevel))
-        sinks &= ~StandardLog;
-    if ((sinks & (OwnLog | DirectLog)) != 0 && !genLogTakes(component, bareLevel))
-        sinks &= ~(OwnLog | DirectLog);
-    if ((sinks & PerformanceLog) != 0 && !genLogTakes(GEN_PERFORMANCE_LOG, bareLevel))
-        sinks &= ~PerformanceLog;
+    if ((sinks & GEN_TO_STANDARD_LOG) != 0 && !genLogTakes(GEN_STANDARD_LOG, bareLevel))
+        sinks &= ~GEN_TO_STANDARD_LOG;
+    if ((sinks & (GEN_TO_OWN_LOG | GEN_TO_DIRECT_LOG)) != 0 && !genLogTakes(component, bareLevel))
+        sinks &= ~(GEN_TO_OWN_LOG | GEN_TO_DIRECT_LOG);
+    if ((sinks & GEN_TO_PERFORMANCE_LOG) != 0 && !genLogTakes(GEN_PERFORMANCE_LOG, bareLevel))
+        sinks &= ~GEN_TO_PERFORMANCE_LOG;
     return sinks;
+}
+
+GEN_INLINE bool isForwarded(uint32_t bareLevel) {
+    return zatGENFwdToRgn != 0 && bareLevel <= lastForwardedLevel;
 }
 
 /* The logs that a message is offered to whatever the masks. */
 GEN_INLINE uint32_t stepSinks(const Channel& channel, uint32_t level) {
     const uint32_t bareLevel = level & genHighestLevel;
     uint32_t sinks = 0;
-    if ((channel.steps & Forward) != 0 && zatGENFwdToRgn != 0 && bareLevel <= lastForwardedLevel)
-        sinks |= StandardLog | OwnLog;
-    if ((channel.steps & ReportErrors) != 0 && bareLevel == 0) sinks |= ErrorLog;
+    if ((channel.steps & Forward) != 0 && isForwarded(bareLevel))
+        sinks |= GEN_TO_STANDARD_LOG | GEN_TO_OWN_LOG;
+    if ((channel.steps & ReportErrors) != 0 && bareLevel == 0) sinks |= GEN_TO_ERROR_LOG;
     if ((channel.steps & Performance) != 0 && (level & ZAT_GEN_PERFORMANCE) != 0)
-        sinks |= PerformanceLog;
-    if ((channel.steps & Direct) != 0) sinks |= DirectLog;
+        sinks |= GEN_TO_PERFORMANCE_LOG;
+    if ((channel.steps & Direct) != 0) sinks |= GEN_TO_DIRECT_LOG;
     return sinks;
 }
 
@@ -155,18 +149,18 @@ static void printToHook(const Message& message) {
 }
 
 static void emit(uint32_t sinks, const Message& message) {
-    if ((sinks & StandardError) != 0)
+    if ((sinks & GEN_TO_STANDARD_ERROR) != 0)
         zatGENTrcPrintMessage(message.component, message.type, message.level, message.text);
-    if ((sinks & DirectLog) != 0)
+    if ((sinks & GEN_TO_DIRECT_LOG) != 0)
         zatGENTrcRgnLogMessage(message.component, message.type, message.level, message.text);
-    if ((sinks & PrintHook) != 0) printToHook(message);
-    if ((sinks & UserFunctions) != 0)
+    if ((sinks & GEN_TO_PRINT_HOOK) != 0) printToHook(message);
+    if ((sinks & GEN_TO_USER_FUNCTIONS) != 0)
         genCallUsers<ZatGenPrintFunc>(GenUserKind::LogPrint, message.component, message.type,
                                       message.level, message.text);
-    if ((sinks & StandardLog) != 0) writeLog(GEN_STANDARD_LOG, message);
-    if ((sinks & OwnLog) != 0) writeLog(message.component, message);
-    if ((sinks & ErrorLog) != 0) writeLog(GEN_ERROR_LOG, message);
-    if ((sinks & PerformanceLog) != 0) writeLog(GEN_PERFORMANCE_LOG, message);
+    if ((sinks & GEN_TO_STANDARD_LOG) != 0) writeLog(GEN_STANDARD_LOG, message);
+    if ((sinks & GEN_TO_OWN_LOG) != 0) writeLog(message.component, message);
+    if ((sinks & GEN_TO_ERROR_LOG) != 0) writeLog(GEN_ERROR_LOG, message);
+    if ((sinks & GEN_TO_PERFORMANCE_LOG) != 0) writeLog(GEN_PERFORMANCE_LOG, message);
 }
 
 /* Formats what fits, and returns its length. */
@@ -239,15 +233,24 @@ void zatGENTrcRgnLogMessage(uint32_t component, uint32_t, uint32_t, const char* 
     genWriteLog(component, text);
 }
 
-void genTrcHookPrintf(uint32_t component, uint32_t type, uint32_t level, const char* format, ...) {
-    if (genPrintHook == nullptr) return;
+uint32_t genTrcGates(uint32_t component, uint32_t type, uint32_t level) {
+    return gates(channelOf(type & ~ZAT_GEN_FATAL), component, 1u << (level & genHighestLevel));
+}
+
+bool genTrcForwards(uint32_t level) {
+    return isForwarded(level & genHighestLevel);
+}
+
+void genTrcPrintTo(uint32_t sinks, uint32_t component, uint32_t type, uint32_t level,
+                   const char* format, ...) {
     const OswKeepErrno keepErrno;
     char text[textSize];
     va_list arguments;
     va_start(arguments, format);
     formatText(text, format, arguments);
     va_end(arguments);
-    printToHook({component, type & 0xFF, level, text});
+    emit(sinks & (GEN_TO_STANDARD_ERROR | GEN_TO_PRINT_HOOK),
+         {component, type & 0xFF, level, text});
 }
 
 /* The words that were not given are whatever lies behind those that were: the hook knows. */

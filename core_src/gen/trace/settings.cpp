@@ -13,6 +13,7 @@
 #include <atomic>
 
 #include "gen/trace/component_private.h"
+#include "gen/trace/dump_filter_private.h"
 #include "gen/trace/hook_private.h"
 #include "gen/trace/log_environment_private.h"
 #include "gen/trace/mask.h"
@@ -49,6 +50,7 @@ ZatStatus zatGENTrcInit(void) {
 
 ZatStatus zatGENTrcTerm(void) {
     genEndLogs();
+    genFreeDumpFilter();
     genFreeUserFunctions();
     genRegistryReset();
     zatOSWTerm();

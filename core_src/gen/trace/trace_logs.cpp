@@ -1,21 +1,62 @@
-/* There are no region logs yet: none exists, none is made, and what is written goes nowhere. */
+/* What the trace asks of region logs; see trace_logs_private.h. */
 
 #include "gen/trace/trace_logs_private.h"
 
-bool genLogExists(uint32_t) {
-    return false;
+#include <string.h>
+
+#include "gen/rgnlog/region_log.h"
+
+static int32_t regionOf(uint32_t id) {
+    return static_cast<int32_t>(id);
 }
 
-bool genLogTakes(uint32_t, uint32_t) {
-    return false;
+bool genLogExists(uint32_t id) {
+    return id != ZAT_GEN_NO_LOG_ID && zatGENGetRgnLogInfo(regionOf(id))->id == regionOf(id);
 }
 
-void genMakeLog(const zatGENTrcLogDef&) {}
+/* That of no region is 0. */
+bool genLogTakes(uint32_t id, uint32_t level) {
+    return (zatGENGetRgnLogInfo(regionOf(id))->mask >> level & 1) != 0;
+}
 
-void genMakeLog(const zatGENTrcLogDefEx&) {}
+void genMakeLog(const zatGENTrcLogDef& log) {
+    if (zatGENInitRgnLog(regionOf(log.id), log.name, log.mask, static_cast<int32_t>(log.lines),
+                         static_cast<int32_t>(log.width), log.opt1, log.opt2) == ZAT_OK)
+        zatGENStartRgnLog(regionOf(log.id));
+}
 
-void genWriteLog(uint32_t, const char*) {}
+void genMakeLog(const zatGENTrcLogDefEx& log) {
+    if (zatGENCreateRgnLog(regionOf(log.id), log.name, log.mask, static_cast<int32_t>(log.arg1),
+                           static_cast<int32_t>(log.arg2), log.arg3, log.arg4, log.arg5) == ZAT_OK)
+        zatGENStartRgnLog(regionOf(log.id));
+}
 
-void genWriteLog(uint32_t, const char*, const char*) {}
+static ZatStatus write(uint32_t id, const RgnLogPiece* pieces, uint32_t count) {
+    ZatClock time;
+    zatOSWGetClock(&time);
+    return zatGENWriteRgnLogs(regionOf(id), &time, pieces, count);
+}
 
-void genEndLogs() {}
+static RgnLogPiece pieceOf(const char* text) {
+    return {text, static_cast<uint32_t>(strlen(text))};
+}
+
+void genWriteLog(uint32_t id, const char* text) {
+    const RgnLogPiece piece = pieceOf(text);
+    write(id, &piece, 1);
+}
+
+void genWriteLog(uint32_t id, const char* prefix, const char* text) {
+    const RgnLogPiece pieces[] = {pieceOf(prefix), pieceOf(text)};
+    write(id, pieces, 2);
+}
+
+ZatStatus genWriteLog(uint32_t id, const void* head, uint32_t headSize, const void* data,
+                      uint32_t size) {
+    const RgnLogPiece pieces[] = {{head, headSize}, {data, size}};
+    return write(id, pieces, 2);
+}
+
+void genEndLogs() {
+    zatGENTermRgnLog();
+}

@@ -24,10 +24,12 @@ bool genLogTakes(uint32_t id, uint32_t level);
 void genMakeLog(const zatGENTrcLogDef& log);
 void genMakeLog(const zatGENTrcLogDefEx& log);
 
-/* Writes a text, or a prefix and a text as one record, stamped with the time. Nothing happens when
- * there is no such log. */
+/* Writes a text, a prefix and a text as one record, or a binary record with what belongs to it,
+ * stamped with the time. Nothing happens when there is no such log. */
 void genWriteLog(uint32_t id, const char* text);
 void genWriteLog(uint32_t id, const char* prefix, const char* text);
+ZatStatus genWriteLog(uint32_t id, const void* head, uint32_t headSize, const void* data,
+                      uint32_t size);
 
 /* Ends all logs. */
 void genEndLogs();

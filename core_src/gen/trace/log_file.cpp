@@ -1,0 +1,83 @@
+/* Region logs saved in files. */
+
+#include <errno.h>
+#include <stdio.h>
+#include <string.h>
+
+#include <bit>
+#include <memory>
+
+#include "gen/rgnlog/region_log.h"
+#include "gen/trace/listing.h"
+#include "osw/lock_private.h"
+
+struct CloseFile {
+    void operator()(FILE* file) const { fclose(file); }
+};
+
+using LogFile = std::unique_ptr<FILE, CloseFile>;
+
+/* A region that is locked until the end of the scope. */
+class LockedLog {
+  public:
+    explicit LockedLog(int32_t id) : id_(id), isHeld_(zatGENLockRgnLog(id) == ZAT_OK) {}
+    LockedLog(const LockedLog&) = delete;
+    LockedLog& operator=(const LockedLog&) = delete;
+    ~LockedLog() {
+        if (isHeld_) zatGENUnlockRgnLog(id_);
+    }
+
+    bool isHeld() const { return isHeld_; }
+
+  private:
+    const int32_t id_;
+    const bool isHeld_;
+};
+
+static bool write(FILE* file, const void* bytes, size_t length) {
+    return fwrite(bytes, 1, length, file) == length;
+}
+
+static bool writeHead(FILE* file, int32_t id) {
+    ZatGenLogFileHead head = {};
+    memcpy(head.mark,
+           std::endian::native == std::endian::big ? ZAT_GEN_LOG_FILE_BIG_ENDIAN
+                                                   : ZAT_GEN_LOG_FILE_LITTLE_ENDIAN,
+           sizeof head.mark);
+    head.version = ZAT_GEN_LOG_FILE_VERSION;
+    RgnLogHeader ring = {};
+    zatGENGetRgnHeader(id, &ring);
+    head.areaSize = ring.size;
+    head.clockOffset = offsetof(ZatGenLogFileHead, time);
+    zatOSWGetClock(&head.time);
+    return write(file, &head, sizeof head);
+}
+
+static bool writeRecords(FILE* file, int32_t id) {
+    static constexpr uint32_t pieceSize = 256;
+    uint8_t piece[pieceSize];
+    uint32_t position = ZAT_GEN_OLDEST;
+    for (;;) {
+        uint32_t length = 0;
+        if (zatGENReadRgnLog(id, piece, sizeof piece, &length, &position) != 0) return false;
+        if (length == ZAT_GEN_LOG_END) return true;
+        if (!write(file, piece, length)) return false;
+    }
+}
+
+int32_t zatGENTrcCreateLogFile(int32_t logId, const char* path) {
+    if (path == nullptr) {
+        errno = EINVAL;
+        return -1;
+    }
+    /* Files are where a task can be deleted, and a file half written is of no use. */
+    const OswUncancellable uncancellable;
+    LogFile file(fopen(path, "wb+"));
+    if (file == nullptr || !writeHead(file.get(), logId)) return -1;
+    {
+        const LockedLog log(logId);
+        if (!log.isHeld() || !writeRecords(file.get(), logId)) return -1;
+    }
+    /* What was buffered may fail only now. */
+    return fclose(file.release()) == 0 ? 0 : -1;
+}
