@@ -10,9 +10,9 @@ static constexpr uint32_t allLevels = 0xFFFF;
 
 static ZatStatus setRun(int32_t id, uint32_t run) {
     const OswKeepErrno keepErrno;
-    const GenRegionUse region(id);
+    GenRegionUse region(id);
     if (!region) return ZAT_GEN_NO_LOG;
-    const GenRegionLock lock(*region);
+    const GenRegionLock lock(region);
     if (lock.status() == ZAT_OK) region->info.header->run = run;
     return lock.status();
 }
@@ -27,9 +27,9 @@ ZatStatus zatGENStopRgnLog(int32_t id) {
 
 ZatStatus zatGENLockRgnLog(int32_t id) {
     const OswKeepErrno keepErrno;
-    const GenRegionUse region(id);
+    GenRegionUse region(id);
     if (!region) return ZAT_GEN_NO_LOG;
-    GenRegionLock lock(*region);
+    GenRegionLock lock(region);
     lock.keep();
     return lock.status();
 }
@@ -56,9 +56,9 @@ ZatStatus zatGENWriteRgnLogs(int32_t id, const ZatClock* time, const RgnLogPiece
     if (time == nullptr || (pieces == nullptr && count > 0) || !sum(pieces, count, length))
         return ZAT_FAILED;
     if (length == 0) return ZAT_OK;
-    const GenRegionUse region(id);
+    GenRegionUse region(id);
     if (!region) return ZAT_OK;
-    const GenRegionLock lock(*region);
+    const GenRegionLock lock(region);
     if (lock.status() != ZAT_OK) return lock.status() == ZAT_GEN_NO_LOG ? ZAT_OK : lock.status();
     if (region->info.header->run != 0) genRingWrite(region->ring(), {time, pieces, count, length});
     return ZAT_OK;
@@ -82,33 +82,29 @@ int32_t zatGENReadRgnLog(int32_t id, void* buffer, uint32_t bufferBytes, uint32_
 ZatStatus zatGENGetRgnHeader(int32_t id, RgnLogHeader* header) {
     const OswKeepErrno keepErrno;
     if (header == nullptr) return ZAT_FAILED;
-    const GenRegionUse region(id);
+    GenRegionUse region(id);
     if (!region) return ZAT_GEN_NO_LOG;
-    const GenRegionLock lock(*region);
+    const GenRegionLock lock(region);
     if (lock.status() == ZAT_OK) *header = *region->info.header;
     return lock.status();
 }
 
 ZatStatus zatGENGetRgnIDByName(int32_t* id, const char* name) {
     if (id == nullptr || name == nullptr) return ZAT_FAILED;
-    const GenRegionUse region(name);
-    if (!region) return ZAT_GEN_NO_LOG;
-    *id = region.id();
-    return ZAT_OK;
+    return genAtRegion(name, [id](const GenRegion& region) { *id = region.info.id; });
 }
 
 RgnLogInfo* zatGENGetRgnLogInfo(int32_t id) {
     static RgnLogInfo none = {genNoRegion, 0, 0, nullptr, nullptr, 0, 0, 0, ""};
-    const GenRegionUse region(id);
-    return region ? &region->info : &none;
+    RgnLogInfo* info = &none;
+    genAtRegion(id, [&info](GenRegion& region) { info = &region.info; });
+    return info;
 }
 
 /* Keeps the bits of a mask that keep has, and sets those of set. */
 static ZatStatus changeMask(int32_t id, uint32_t keep, uint32_t set) {
-    const GenRegionUse region(id);
-    if (!region) return ZAT_GEN_NO_LOG;
-    region->info.mask = (region->info.mask & keep) | set;
-    return ZAT_OK;
+    return genAtRegion(
+        id, [keep, set](GenRegion& region) { region.info.mask = (region.info.mask & keep) | set; });
 }
 
 static uint32_t maskBit(uint32_t bit) {

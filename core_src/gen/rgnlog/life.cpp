@@ -46,7 +46,7 @@ static ZatStatus make(int32_t id, const char* name, uint32_t mask, const RegionW
     if (id == genNoRegion || name == nullptr || !wish.isPossible()) return ZAT_FAILED;
     /* What is under way in other processes' sight is completed. */
     const OswUncancellable uncancellable;
-    if (GenRegionUse(id)) return ZAT_GEN_LOG_EXISTS;
+    if (genAtRegion(id, [](const GenRegion&) {}) == ZAT_OK) return ZAT_GEN_LOG_EXISTS;
     RegionMaker maker;
     ZatStatus status = genNewRegion(name, maker.region);
     if (status != ZAT_OK) return status;
@@ -81,30 +81,38 @@ ZatStatus zatGENInitRgnLog(int32_t id, const char* name, uint32_t mask, int32_t 
     return make(id, name, mask, {sizeOf(num) * record, len, lck, shm, ZAT_GEN_TEXT_LOG});
 }
 
+/*
+ * Ends a region that the caller uses, so that it is found no more; whoever comes to hold its lock
+ * after that sees so. False when somebody else ends it.
+ */
+static bool retract(GenRegionUse& region) {
+    const GenRegionLock lock(region, GenUseAfter::GoesOn);
+    /* A lock that cannot be had must not keep a region that cannot be used. */
+    if (lock.status() == ZAT_GEN_NO_LOG || !genRemoveRegion(*region)) return false;
+    if (lock.status() == ZAT_OK) region->info.header->run = 0;
+    return true;
+}
+
+/* Waits until the caller is the only one who uses a region. */
 static void awaitOthers(const GenRegion& region) {
-    while (region.users.load() > 1) {
+    for (;;) {
+        {
+            const ZatStatus status = genLockRegion(region);
+            GenTableLock lock;
+            const bool isAlone = lock.take() != ZAT_OK || region.users() == 1;
+            if (status == ZAT_OK) genUnlockRegion(region);
+            if (isAlone) return;
+        }
         static constexpr timespec moment = {0, 1000000};
         nanosleep(&moment, nullptr);
     }
 }
 
-/*
- * Ends a region that the caller uses, so it finds it no more; whoever comes to hold its lock after
- * that, sees so. False when somebody else ends it.
- */
-static bool retract(GenRegion& region) {
-    const GenRegionLock lock(region);
-    /* A lock that cannot be had must not keep a region that cannot be used. */
-    if (lock.status() == ZAT_GEN_NO_LOG || !genRemoveRegion(region)) return false;
-    if (lock.status() == ZAT_OK) region.info.header->run = 0;
-    return true;
-}
-
 ZatStatus zatGENDeleteRgnLog(int32_t id) {
     const OswKeepErrno keepErrno;
     const OswUncancellable uncancellable;
-    const GenRegionUse region(id);
-    if (!region || !retract(*region)) return ZAT_GEN_NO_LOG;
+    GenRegionUse region(id);
+    if (!region || !retract(region)) return ZAT_GEN_NO_LOG;
     awaitOthers(*region);
     genEndRing(*region);
     genRetireRegion(*region);
@@ -112,16 +120,10 @@ ZatStatus zatGENDeleteRgnLog(int32_t id) {
 }
 
 ZatStatus zatGENTermRgnLog(void) {
-    for (;;) {
-        int32_t last = genNoRegion;
-        {
-            const GenRegionUse region = GenRegionUse::last();
-            if (!region) break;
-            last = region.id();
-        }
+    int32_t last = genNoRegion;
+    while (genLastRegionId(last))
         zatGENDeleteRgnLog(last);
-    }
-    genEndTable();
+    genEndTableLock();
     return ZAT_OK;
 }
 
@@ -138,13 +140,12 @@ ZatStatus zatGENReallocRgnLog(const char* name, int32_t areaSizeBytes, int32_t m
     if (own == nullptr) return ZAT_OSW_PART_EXHAUSTED;
     int32_t id = genNoRegion;
     uint32_t mask = 0;
-    {
-        const GenRegionUse region(own.get());
-        if (!region) return ZAT_GEN_NO_LOG;
-        id = region.id();
-        mask = region->info.mask;
-        wish.fmt = region->info.fmt;
-    }
+    const ZatStatus found = genAtRegion(own.get(), [&](const GenRegion& region) {
+        id = region.info.id;
+        mask = region.info.mask;
+        wish.fmt = region.info.fmt;
+    });
+    if (found != ZAT_OK) return found;
     zatGENStopRgnLog(id);
     if (const ZatStatus status = zatGENDeleteRgnLog(id); status != ZAT_OK) return status;
     return make(id, own.get(), mask, wish);

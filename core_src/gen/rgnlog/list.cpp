@@ -20,9 +20,9 @@ struct Row {
 };
 
 static bool readRow(int32_t id, Row& row) {
-    const GenRegionUse region(id);
+    GenRegionUse region(id);
     if (!region) return false;
-    const GenRegionLock lock(*region);
+    const GenRegionLock lock(region);
     if (lock.status() == ZAT_GEN_NO_LOG) return false;
     row.info = region->info;
     row.info.id = id;
@@ -58,13 +58,14 @@ static void printHeader(uint32_t component, uint32_t level) {
 void zatGENShowRgnLog(uint32_t component, uint32_t level) {
     const OswKeepErrno keepErrno;
     uint32_t rows = 0;
-    genForRegions([&](int32_t id) {
+    for (int32_t id = INT32_MIN; genNextRegionId(id); ++id) {
         Row row;
-        if (!readRow(id, row)) return true;
-        if (rows > 0 && rows % genPageRows == 0 && !genAskForPage(component, level)) return false;
-        if (rows % genPageRows == 0) printHeader(component, level);
-        print(component, level, row);
-        ++rows;
-        return true;
-    });
+        if (readRow(id, row)) {
+            if (rows > 0 && rows % genPageRows == 0 && !genAskForPage(component, level)) return;
+            if (rows % genPageRows == 0) printHeader(component, level);
+            print(component, level, row);
+            ++rows;
+        }
+        if (id == INT32_MAX) break;
+    }
 }

@@ -88,7 +88,7 @@ ZatStatus genMakeSharedRing(GenRegion& region, int32_t maxEntry) {
     info.shm = 1;
     ZatStatus status = zatOSWIpcCreateMutexSem(info.name, &info.lock, 0, 1);
     if (status != ZAT_OK) return status;
-    status = genLockShared(region);
+    status = genLockRegion(region);
     if (status != ZAT_OK) return status;
     status = zatOSWIpcCreateMemPart(&info.partition, info.name, region.areaSize + sharedOverhead);
     if (status == ZAT_OK) status = openBlocks(region, maxEntry);

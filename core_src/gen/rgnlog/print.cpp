@@ -34,14 +34,15 @@ struct RegionCopy {
     const char* name() const { return reinterpret_cast<const char*>(memory.get() + areaSize); }
 };
 
-static ZatStatus copyRegion(const GenRegion& region, RegionCopy& copy) {
+static ZatStatus copyRegion(GenRegionUse& use, RegionCopy& copy) {
+    const GenRegion& region = *use;
     const auto nameBytes = static_cast<uint32_t>(strlen(region.info.name) + 1);
     copy.memory.reset(static_cast<uint8_t*>(zatOSWOrgMalloc(region.areaSize + nameBytes)));
     if (copy.memory == nullptr) return ZAT_OSW_PART_EXHAUSTED;
     memcpy(copy.memory.get() + region.areaSize, region.info.name, nameBytes);
     copy.areaSize = region.areaSize;
     copy.fmt = region.info.fmt;
-    const GenRegionLock lock(region);
+    const GenRegionLock lock(use);
     if (lock.status() != ZAT_OK) return lock.status();
     copy.id = region.info.id;
     copy.header = *region.info.header;
@@ -78,9 +79,9 @@ static void print(RegionCopy& copy, int32_t direction, const GenChannel& channel
 static ZatStatus printOne(int32_t id, int32_t direction, const GenChannel& channel) {
     RegionCopy copy;
     {
-        const GenRegionUse region(id);
+        GenRegionUse region(id);
         if (!region) return ZAT_GEN_NO_LOG;
-        if (const ZatStatus status = copyRegion(*region, copy); status != ZAT_OK) return status;
+        if (const ZatStatus status = copyRegion(region, copy); status != ZAT_OK) return status;
     }
     print(copy, direction, channel);
     return ZAT_OK;
@@ -88,12 +89,12 @@ static ZatStatus printOne(int32_t id, int32_t direction, const GenChannel& chann
 
 static ZatStatus printAll(int32_t direction, const GenChannel& channel) {
     ZatStatus first = ZAT_OK;
-    genForRegions([&](int32_t id) {
+    for (int32_t id = INT32_MIN; genNextRegionId(id); ++id) {
         const ZatStatus status = printOne(id, direction, channel);
         /* One that was deleted meanwhile is none of them. */
         if (first == ZAT_OK && status != ZAT_GEN_NO_LOG) first = status;
-        return true;
-    });
+        if (id == INT32_MAX) break;
+    }
     return first;
 }
 

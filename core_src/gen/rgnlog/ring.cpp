@@ -129,13 +129,32 @@ static void clear(const GenRing& ring, const Span& span) {
     put(ring, span.next, prevWord, span.size);
 }
 
-static void fill(const GenRing& ring, const Span& span, const GenRecord& record, uint32_t length) {
+static void fillAround(const GenRing& ring, const Span& span, const GenRecord& record,
+                       uint32_t length) {
     BodyWriter body(ring, span.at, span.size);
     body.add(record.time, sizeof *record.time);
     body.add(&length, sizeof length);
     for (uint32_t i = 0; i < record.count && length > 0; ++i) {
         const uint32_t part = std::min(record.pieces[i].length, length);
         if (part > 0) body.add(record.pieces[i].address, part);
+        length -= part;
+    }
+}
+
+static void fill(const GenRing& ring, const Span& span, const GenRecord& record, uint32_t length) {
+    if (length + sizeof(GenRingHead) > ring.size - span.at) {
+        fillAround(ring, span, record, length);
+        return;
+    }
+    /* Most records lie in one piece. */
+    uint8_t* at = ring.area + span.at;
+    memcpy(at + offsetof(GenRingHead, time), record.time, sizeof *record.time);
+    memcpy(at + offsetof(GenRingHead, length), &length, sizeof length);
+    at += sizeof(GenRingHead);
+    for (const RgnLogPiece* piece = record.pieces; length > 0; ++piece) {
+        const uint32_t part = std::min(piece->length, length);
+        if (part > 0) memcpy(at, piece->address, part);
+        at += part;
         length -= part;
     }
 }
@@ -157,23 +176,21 @@ static void commit(const GenRing& ring, const Span& span, uint32_t need) {
 
 void genRingWrite(const GenRing& ring, const GenRecord& record) {
     const int32_t limit = ring.header->maxEntry;
-    uint64_t length = record.length;
-    if (limit > 0) length = std::min<uint64_t>(length, static_cast<uint32_t>(limit));
-    const uint64_t wanted =
+    auto length = static_cast<uint32_t>(std::min<uint64_t>(record.length, ring.size));
+    if (limit > 0) length = std::min(length, static_cast<uint32_t>(limit));
+    const uint32_t wanted =
         (length + sizeof(GenRingHead) + genRingGrain - 1) / genRingGrain * genRingGrain;
     const bool fits = wanted <= ring.size;
-    const uint32_t need = fits ? static_cast<uint32_t>(wanted) : ring.size;
+    const uint32_t need = std::min(wanted, ring.size);
     Span span;
     if (!absorb(ring, need, span)) {
         empty(ring);
         span = {0, ring.size, 0};
     }
-    if (!fits) {
-        const uint32_t most = std::max<uint32_t>(ring.size, sizeof(GenRingHead));
-        length = std::min<uint64_t>(length, most - sizeof(GenRingHead));
-    }
+    if (!fits)
+        length = ring.size > sizeof(GenRingHead) ? ring.size - uint32_t{sizeof(GenRingHead)} : 0;
     clear(ring, span);
-    fill(ring, span, record, static_cast<uint32_t>(length));
+    fill(ring, span, record, length);
     commit(ring, span, need);
 }
 

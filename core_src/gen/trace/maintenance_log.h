@@ -16,9 +16,10 @@
 ZATOSW_BEGIN_DECLS
 
 #define ZAT_GEN_MC_EVENT 0u /**< kind of a record: an event */
-#define ZAT_GEN_MC_ERROR 1u /**< kind of a record: an error; any other that is given is a warning \
-                             */
-#define ZAT_GEN_MC_DUMP 2u  /**< kind of a record: a dump of memory */
+#define ZAT_GEN_MC_ERROR                                                                         \
+    1u                     /**< kind of a record: an error; any other that is given is a warning \
+                            */
+#define ZAT_GEN_MC_DUMP 2u /**< kind of a record: a dump of memory */
 #define ZAT_GEN_MC_WARNING 3u /**< kind of a record: a warning */
 
 /** Receives an event; its status may become the call's. */
