@@ -38,11 +38,11 @@ configure = if [ ! -e build/$(1)/build.ninja ] || [ CMakePresets.json -nt build/
 	|| [ -n "$(strip $(CMAKE_ARGS))" ]; then cmake --preset $(1) $(CMAKE_ARGS); fi
 build_tree = mkdir -p build/$(1) && exec 9>build/$(1)/.lock && flock 9 \
 	&& { $(call configure,$(1)); } 9>&- && cmake --build build/$(1) -j $(JOBS) $(2) 9>&-
-sources = find core_src tests examples bench \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) -print0
+sources = find core_src tests examples bench tools \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) -print0
 run_suite = ctest --preset $(1) -j $(JOBS) $(CTEST_ARGS)
 
 .PHONY: build
-build: ## Build the library, tests and examples for both targets
+build: ## Build the library, tools, tests and examples for both targets
 	@set -e; for target in $(TARGETS); do ( $(call build_tree,$$target) ); done
 
 .PHONY: run

@@ -9,7 +9,7 @@ jobs=$2
 # The counts of warnings in other people's headers say nothing.
 # shellcheck disable=SC2016
 sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' "$build/compile_commands.json" |
-    grep -E '/(core_src|tests|examples)/[^:]*\.cpp$' | grep -v '/googletest/' | tr '\n' '\0' |
+    grep -E '/(core_src|tests|examples|tools)/[^:]*\.cpp$' | grep -v '/googletest/' | tr '\n' '\0' |
     xargs -0 -n 1 -P "$jobs" bash -c '
         output=$(clang-tidy -p "$0" --quiet --extra-arg=--target=i686-linux-gnu \
             --extra-arg=-Wno-unknown-warning-option "$1" 2>&1)

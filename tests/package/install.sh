@@ -22,6 +22,12 @@ for name in libzatosw.so libzatosw.so.1; do
     [ -e "$directory/$name" ] || { echo "$name was not installed"; exit 1; }
 done
 
+if [ -e "$build/tools/zatlog" ]; then
+    for name in bin/zatlog share/man/man1/zatlog.1; do
+        [ -e "$scratch/root/$name" ] || { echo "$name was not installed"; exit 1; }
+    done
+fi
+
 public_headers() {
     (cd "$1" && find . -type f ! -name '*_private.h' -name '*.h' | LC_ALL=C sort)
 }
