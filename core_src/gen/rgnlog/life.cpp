@@ -93,6 +93,13 @@ static bool retract(GenRegionUse& region) {
     return true;
 }
 
+/* Gives back what the caller held of a region's lock before: others wait for it, and see then that
+ * the region is gone. */
+static void letOthersPass(const GenRegion& region) {
+    while (region.info.lock != 0 && genUnlockRegion(region) == ZAT_OK) {
+    }
+}
+
 /* Waits until the caller is the only one who uses a region. */
 static void awaitOthers(const GenRegion& region) {
     for (;;) {
@@ -113,6 +120,7 @@ ZatStatus zatGENDeleteRgnLog(int32_t id) {
     const OswUncancellable uncancellable;
     GenRegionUse region(id);
     if (!region || !retract(region)) return ZAT_GEN_NO_LOG;
+    letOthersPass(*region);
     awaitOthers(*region);
     genEndRing(*region);
     genRetireRegion(*region);

@@ -159,11 +159,12 @@ static void fill(const GenRing& ring, const Span& span, const GenRecord& record,
     }
 }
 
-/* Makes the filled record count; what it does not need becomes the free record. */
+/* Makes the filled record count; what it does not need becomes the free record. One that fits to the
+ * byte counts as the oldest for a moment: that loses none of the others. */
 static void commit(const GenRing& ring, const Span& span, uint32_t need) {
     if (need >= span.size) {
-        put(ring.header->cur, span.next);
         put(ring.header->full, 1);
+        put(ring.header->cur, span.next);
         return;
     }
     const uint32_t rest = ahead(ring, span.at, need);
@@ -212,7 +213,7 @@ static bool relink(const GenRing& ring) {
  * long that is. */
 void genRingMend(const GenRing& ring) {
     const RgnLogHeader& header = *ring.header;
-    bool isSound = header.size == ring.size && isPosition(ring, header.cur);
+    bool isSound = header.size == ring.size && header.full <= 1 && isPosition(ring, header.cur);
     if (isSound && header.full == 0) {
         const uint32_t newest = get(ring, header.cur, prevWord);
         const uint32_t rest = get(ring, header.cur, sizeWord);
