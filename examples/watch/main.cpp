@@ -2,9 +2,10 @@
 //
 // A sampler reads the kernel's figures and sends them through a named queue to a controller, which
 // keeps the latest ones on a board in shared memory, reports once a second and whenever somebody
-// posts a named event, and raises an alarm when processor use crosses a threshold. Either may be
-// killed and started again while the other goes on. They run until Ctrl-C or for a given time; the
-// last one removes all that they shared.
+// posts a named event, and raises an alarm when processor use crosses a threshold. Readings and
+// trouble are kept in logs in shared memory, which any process prints. Either may be killed and
+// started again while the other goes on. They run until Ctrl-C or for a given time; the last one
+// removes all that they shared.
 
 #include <errno.h>
 #include <signal.h>
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include "controller.h"
+#include "logs.h"
 #include "options.h"
 #include "sampler.h"
 #include "trace.h"
@@ -55,8 +57,16 @@ static bool askForReport() {
     return asked;
 }
 
+static bool showLogs(const Options& options) {
+    if (options.saveAs != nullptr) return saveReadings(options.saveAs);
+    printLogs();
+    return true;
+}
+
 static bool run(const Options& options, const sigset_t& signals) {
     if (options.role == Role::Ask) return askForReport();
+    if (!openLogs()) return false;
+    if (options.role == Role::Log) return showLogs(options);
     if (options.role == Role::Sampler) {
         Sampler sampler;
         return runUntilStopped(sampler, signals, options.seconds);
@@ -67,12 +77,14 @@ static bool run(const Options& options, const sigset_t& signals) {
 
 // One process from start to end.
 static int runProcess(const Options& options, const sigset_t& signals) {
+    chooseLogs();
     if (zatOSWInit() != ZAT_OK) {
         fprintf(stderr, "The library does not come up\n");
         return 1;
     }
     openTrace();
     const bool ran = run(options, signals);
+    // Not zatGENTrcTerm(): deleting a shared log stops it for those who still write.
     zatOSWTerm();
     return ran ? 0 : 1;
 }
@@ -106,7 +118,7 @@ int main(int count, char** words) {
     const sigset_t signals = blockStopSignals();
     const int result =
         options.role == Role::Both ? runBoth(options, signals) : runProcess(options, signals);
-    if (result == 0 && options.role != Role::Ask)
+    if (result == 0 && options.role != Role::Ask && options.role != Role::Log)
         printf("Stopped; everything that was made is deleted.\n");
     return result;
 }

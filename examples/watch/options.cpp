@@ -10,7 +10,8 @@ static constexpr unsigned longestRun = 4000000;  // seconds, what fits in 32-bit
 
 void printHelp(const char* program) {
     printf(
-        "Usage: %s [sampler | controller | ask] [--alarm PERCENT] [--seconds N]\n"
+        "Usage: %s [sampler | controller | ask | log] [--alarm PERCENT] [--seconds N]\n"
+        "       %s log [--save FILE]\n"
         "Watches this machine. A sampler reads its processors, memory and load ten times a "
         "second,\n"
         "a controller reports once a second: two processes, of which either may be killed and\n"
@@ -19,11 +20,13 @@ void printHelp(const char* program) {
         "  sampler          run only the sampler\n"
         "  controller       run only the controller\n"
         "  ask              ask the controller that runs for a report, now\n"
+        "  log              print the logs of those that run: trouble, errors, readings\n"
+        "  --save FILE      do not print the readings but save them in a file for zatlog\n"
         "  --alarm PERCENT  processor use that raises the alarm (default 90)\n"
         "  --seconds N      how long to run; 0 = until Ctrl-C (default 0, but %u when standard\n"
         "                   input is no terminal)\n"
         "  --help           this text\n",
-        program, secondsWithoutTerminal);
+        program, program, secondsWithoutTerminal);
 }
 
 // The role that a word names; false when it names none.
@@ -31,7 +34,10 @@ static bool readRole(const char* word, Role& role) {
     static const struct {
         const char* name;
         Role role;
-    } roles[] = {{"sampler", Role::Sampler}, {"controller", Role::Controller}, {"ask", Role::Ask}};
+    } roles[] = {{"sampler", Role::Sampler},
+                 {"controller", Role::Controller},
+                 {"ask", Role::Ask},
+                 {"log", Role::Log}};
     for (const auto& known : roles) {
         if (strcmp(word, known.name) != 0) continue;
         role = known.role;
@@ -50,6 +56,12 @@ static bool readNumber(const char* option, const char* word, double highest, dou
     return false;
 }
 
+static bool readFile(const char* option, const char* word, const char*& file) {
+    file = word;
+    if (word == nullptr) fprintf(stderr, "%s needs a file\n", option);
+    return word != nullptr;
+}
+
 bool readOptions(int count, char** words, Options& options) {
     if (!isatty(STDIN_FILENO)) options.seconds = secondsWithoutTerminal;
     for (int i = 1; i < count; ++i) {
@@ -57,6 +69,8 @@ bool readOptions(int count, char** words, Options& options) {
         double number = 0.0;
         if (strcmp(word, "--help") == 0) {
             options.help = true;
+        } else if (strcmp(word, "--save") == 0) {
+            if (!readFile(word, words[++i], options.saveAs)) return false;
         } else if (strcmp(word, "--alarm") == 0) {
             if (!readNumber(word, words[++i], 100.0, options.alarmPercent)) return false;
         } else if (strcmp(word, "--seconds") == 0) {

@@ -7,12 +7,14 @@ enum class Role {
     Sampler,     // only the sampler
     Controller,  // only the controller
     Ask,         // asks a controller for a report
+    Log,         // prints the logs, or saves one
 };
 
 struct Options {
     Role role = Role::Both;
-    double alarmPercent = 90.0;  // processor use that raises the alarm
-    unsigned seconds = 0;        // how long to run; 0 = until Ctrl-C
+    double alarmPercent = 90.0;    // processor use that raises the alarm
+    unsigned seconds = 0;          // how long to run; 0 = until Ctrl-C
+    const char* saveAs = nullptr;  // file for the log of readings
     bool help = false;
 };
 

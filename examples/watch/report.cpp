@@ -71,5 +71,6 @@ void printReport(const Board& board, uint32_t queueWaiting, uint32_t queueCapaci
 }
 
 void printAlarm(double alarmPercent) {
-    watchSay(levelReport, "%s ALARM: processor use above %.1f %%\n", timeText().text, alarmPercent);
+    watchSay(levelTrouble, "%s ALARM: processor use above %.1f %%\n", timeText().text,
+             alarmPercent);
 }

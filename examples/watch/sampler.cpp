@@ -1,5 +1,6 @@
 #include "sampler.h"
 
+#include "logs.h"
 #include "trace.h"
 
 static constexpr uint32_t samplePeriodMs = 100;
@@ -12,6 +13,7 @@ void Sampler::sample() {
     machine.read(reading);
     while (zatOSWWaitEventSem(stop_, samplePeriodMs) == ZAT_TIMED_OUT) {
         if (!machine.read(reading)) continue;
+        logReading(reading);
         // Never waits: an old reading is worth nothing to a controller that is behind, or away.
         if (zatOSWIpcSendMsgQueue(shared_.readings(), &reading, sizeof reading, 0, 0) !=
             ZAT_TIMED_OUT)

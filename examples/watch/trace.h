@@ -6,8 +6,8 @@
 
 // Levels of this program's messages; each is a bit of the component's masks.
 enum WatchLevel : unsigned {
+    levelTrouble = 0,  // the level of the error log
     levelReport = 1,
-    levelTrouble = 2,
 };
 
 // Registers the component and switches its messages on.
