@@ -4,6 +4,7 @@
 
 #include "gen/rgnlog/region_private.h"
 #include "osw/errno_private.h"
+#include "osw/ipc/mem_part.h"
 
 static constexpr uint32_t maskBits = 16;
 static constexpr uint32_t allLevels = 0xFFFF;
@@ -76,11 +77,18 @@ ZatStatus zatGENWriteRgnLog(int32_t id, const ZatClock* time, const void* data,
     return write(id, {time, &piece, 1, lengthBytes});
 }
 
+/* A shared ring is gone when the library was terminated; whoever takes no lock must ask. */
+static bool isThere(const GenRegion& region) {
+    void* start = nullptr;
+    return !region.isShared() ||
+           zatOSWIpcGetPointerMemPart(region.info.partition, 0, &start) == ZAT_OK;
+}
+
 int32_t zatGENReadRgnLog(int32_t id, void* buffer, uint32_t bufferBytes, uint32_t* length,
                          uint32_t* position) {
     if (buffer == nullptr || length == nullptr || position == nullptr) return -1;
     const GenRegionUse region(id);
-    if (!region) return -1;
+    if (!region || !isThere(*region)) return -1;
     *length = genRingRead(region->ring(), static_cast<uint8_t*>(buffer), bufferBytes, *position);
     return 0;
 }
