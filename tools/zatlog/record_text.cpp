@@ -4,6 +4,7 @@
 #include <stdio.h>
 
 #include "calendar.h"
+#include "gen/dump_line_private.h"
 
 // Kinds of binary records, by their first word.
 static constexpr uint32_t kindTrace = 0;
@@ -61,17 +62,12 @@ std::string timeText(uint32_t seconds, uint32_t nanoseconds, const LineStyle& st
 }
 
 static void appendDump(std::string& text, const std::string& time, std::string_view bytes) {
-    static constexpr size_t bytesPerLine = 16;
-    for (size_t at = 0; at < bytes.size(); at += bytesPerLine) {
-        std::string digits;
-        std::string characters;
-        for (const char byte : bytes.substr(at, bytesPerLine)) {
-            const auto value = static_cast<unsigned char>(byte);
-            append(digits, digits.empty() ? "%02X" : " %02X", value);
-            characters += value >= 32 && value <= 126 ? byte : '.';
-        }
-        append(text, "%s %-47s | %s\n", time.c_str(), digits.c_str(), characters.c_str());
-    }
+    genForDumpLines(reinterpret_cast<const uint8_t*>(bytes.data()),
+                    static_cast<uint32_t>(bytes.size()), GenDumpGroup::OfOne,
+                    [&](const GenDumpLine& line, const uint8_t*) {
+                        append(text, "%s %s | %s\n", time.c_str(), line.hex, line.characters);
+                        return true;
+                    });
 }
 
 // The line of a record of a known kind, whose head is whole.
