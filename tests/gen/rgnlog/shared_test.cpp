@@ -1,0 +1,110 @@
+// Regions that processes share: several writers and a reader, and writers that are killed.
+
+#include "gen/rgnlog/records.h"
+#include "osw/ipc/peer.h"
+
+static ZatStatus make(uint32_t area, const char* name) {
+    return zatGENCreateRgnLog(1, name, 0xFFFF, int32_t(area), 0, 0, 1, 0);
+}
+static uint32_t start(uint32_t area, uint32_t) {
+    return make(area, "shared") + zatGENStartRgnLog(1);
+}
+static uint32_t lock(uint32_t, uint32_t) {
+    return zatGENLockRgnLog(1);
+}
+static uint32_t end(uint32_t, uint32_t) {
+    return zatGENDeleteRgnLog(1);
+}
+/** Each text tells its own length. */
+static uint32_t write(uint32_t count, uint32_t) {
+    uint32_t failures = 0;
+    const ZatClock time = {1, 2};
+    for (uint32_t i = 0; i < count; ++i) {
+        const std::string text(1 + i % 120, char(1 + i % 120));
+        failures += zatGENWriteRgnLog(1, &time, text.data(), uint32_t(text.size())) != ZAT_OK;
+    }
+    return failures;
+}
+static uint32_t writeForEver(uint32_t area, uint32_t) {
+    return start(area, 0) + write(~0u, 0);
+}
+
+/** The number of records, which must be whole. */
+static size_t look() {
+    EXPECT_EQ(zatGENLockRgnLog(1), ZAT_OK);
+    const auto records = recordsOf(1);
+    EXPECT_EQ(zatGENUnlockRgnLog(1), ZAT_OK);
+    for (const std::string& text : records)
+        EXPECT_EQ(text, std::string(text.size(), char(text.size())));
+    return records.size();
+}
+
+/** System V objects that stay when all has ended: the lock of the system partition. */
+static int objectsToStay() {
+    Peer peer;
+    EXPECT_EQ(peer(start, 8) + peer(end), ZAT_OK);
+    peer.leave();
+    return systemVObjects();
+}
+
+TEST(SharedRegion, IsWhatItsFirstCreatorMade) {
+    const int toStay = objectsToStay();
+    Peer peer;
+    ASSERT_EQ(peer(start, 1001) + peer(write, 10), 0u);
+    ZatIpcHandle memory = 0;
+    ASSERT_EQ(zatOSWIpcCreateMemPart(&memory, "other", 64), ZAT_OK);
+    const int objects = systemVObjects();
+    const auto files = keyFiles();
+    for (const char* name : {"shared", "other"})
+        EXPECT_EQ(make(1016, name), ZAT_IPC_BAD_PARAMETERS);
+    EXPECT_TRUE(systemVObjects() == objects && keyFiles() == files) << "nothing is left";
+    ASSERT_EQ(make(1008, "shared"), ZAT_OK) << "its rounded size";
+    EXPECT_EQ(look(), 10u);
+    EXPECT_EQ(zatGENStopRgnLog(1) + peer(write, 9), 0u);
+    EXPECT_EQ(look(), 10u);
+    EXPECT_EQ(zatGENStartRgnLog(1) + peer(write, 1) + peer(end), 0u);
+    EXPECT_EQ(look(), 11u);
+    EXPECT_EQ(end(0, 0) + zatOSWIpcDeleteMemPart(memory) + peer(start, 64), 0u) << "a new one";
+    peer.leave();
+    EXPECT_TRUE(zatOSWTerm() == ZAT_OK && systemVObjects() == toStay);
+}
+
+TEST(SharedRegion, IsWrittenBySomeAndReadByAnother) {
+    Peer one, two;
+    ASSERT_EQ(start(1000, 0) + one(start, 1000) + two(start, 1000), 0u);
+    one.begin(write, emulated() ? 2000 : 20000);
+    two.begin(write, emulated() ? 2000 : 20000);
+    for (int i = 0; i < 300 && !testing::Test::HasFailure(); ++i)
+        look();
+    EXPECT_EQ(one.end() + two.end(), 0u);
+    EXPECT_GT(look(), 4u);
+}
+
+TEST(SharedRegion, OutlivesKilledWriters) {
+    const bool isSlow = emulated() || getenv("ZATOSW_WRAPPER") != nullptr;
+    std::mt19937 random(testSeed());
+    const auto area = static_cast<uint32_t>(64 + random() % 60 * 8);
+    const int toStay = objectsToStay();
+    ASSERT_EQ(start(area, 0), 0u);
+    Peer other;
+    other.begin(writeForEver, area);
+    for (int i = 0; i < (isSlow ? 12 : 200) && !HasFailure(); ++i) {
+        Peer writer;
+        if (i % 4 < 2) {
+            EXPECT_EQ(writer(start, area) + writer(lock), 0u);
+        } else {
+            writer.begin(writeForEver, area);
+            usleep(useconds_t(random() % (isSlow ? 400000 : 20000)));
+        }
+        const bool isReaped = i % 2 == 0;
+        isReaped ? writer.kill() : void(kill(pid_t(writer.id()), SIGKILL));
+        const Stopwatch stopwatch;
+        EXPECT_EQ(write(1, 0), 0u);
+        EXPECT_GT(look(), 0u);
+        EXPECT_LT(stopwatch.elapsedMs(), isSlow ? 8000u : 2000u);
+        if (!isReaped) writer.kill();
+    }
+    other.kill();
+    EXPECT_EQ(write(1, 0) + end(0, 0) + zatOSWTerm(), 0u);
+    EXPECT_EQ(systemVObjects(), toStay);
+}
