@@ -15,6 +15,7 @@
 #include "mutex_sem.h"
 #include "status.h"
 #include "task.h"
+#include "task_pool.h"
 #include "task_priority.h"
 #include "task_registry.h"
 #include "task_var.h"

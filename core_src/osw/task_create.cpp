@@ -164,30 +164,31 @@ static uint32_t clampStack(uint32_t requested) {
     return std::clamp(requested, oswStackLimits.minimum, oswStackLimits.maximum);
 }
 
-struct TaskName {
-    char text[40];
-};
+OswTaskName oswTaskName(const char* name) {
+    OswTaskName result = {};
+    if (name != nullptr)
+        snprintf(result.text, sizeof result.text, "%.*s", static_cast<int>(ZAT_TASK_NAME_SIZE),
+                 name);
+    return result;
+}
 
-/* The caller's own name, cut, then an address and what marks the name's kind. */
-static TaskName ownNameWith(int characters, const void* address, const char* mark) {
+OswTaskName oswOwnNameWith(int characters, const void* address, const char* mark) {
     char own[ZAT_TASK_NAME_BUFFER_SIZE] = "";
     zatOSWGetTaskNameSelf(own);
-    TaskName name;
+    OswTaskName name = {};
     snprintf(name.text, sizeof name.text, "%.*s%08lx%s", characters, own,
              reinterpret_cast<unsigned long>(address), mark);
     return name;
 }
 
 /* frames: return addresses from the creating call outwards. */
-static TaskName chooseName(const char* name, void* const* frames) {
-    if (name == nullptr) return ownNameWith(8, frames[1], "");
-    if (strcmp(name, "Thread") == 0) return ownNameWith(6, frames[2], "-T");
-    TaskName given;
-    snprintf(given.text, sizeof given.text, "%.*s", static_cast<int>(ZAT_TASK_NAME_SIZE), name);
-    return given;
+static OswTaskName chooseName(const char* name, void* const* frames) {
+    if (name == nullptr) return oswOwnNameWith(8, frames[1], "");
+    if (strcmp(name, "Thread") == 0) return oswOwnNameWith(6, frames[2], "-T");
+    return oswTaskName(name);
 }
 
-static ZatStatus createNamed(ZatTaskId* task, const TaskName& name, int32_t priority,
+static ZatStatus createNamed(ZatTaskId* task, const OswTaskName& name, int32_t priority,
                              uint32_t stackSize, ZatTaskEntry entry, int32_t joinMode,
                              const OswTaskArguments& arguments) {
     if (entry == nullptr) return ZAT_FAILED;

@@ -22,6 +22,17 @@ struct OswTaskPlan {
     int detachState;
 };
 
+/* A name for a task; 16 characters count. */
+struct OswTaskName {
+    char text[40];
+};
+
+/* The given name, cut; of null, none. */
+OswTaskName oswTaskName(const char* name);
+
+/* The caller's own name, cut, then an address and what marks the name's kind. */
+OswTaskName oswOwnNameWith(int characters, const void* address, const char* mark);
+
 ZatStatus oswCreateTask(ZatTaskId* task, const OswTaskPlan& plan);
 
 /* The calling thread's policy and priority. */

@@ -21,6 +21,7 @@ typedef ZatHandle ZatEventSem; /**< An event semaphore; see event_sem.h. */
 typedef ZatHandle ZatCountSem; /**< A counting semaphore; see count_sem.h. */
 typedef ZatHandle ZatMsgQueue; /**< A message queue; see msg_queue.h. */
 typedef ZatHandle ZatTimer;    /**< A callback timer; see timer.h. */
+typedef ZatHandle ZatTaskPool; /**< A task pool; see task_pool.h. */
 typedef ZatHandle
     ZatPartition; /**< A memory partition: the address of its header; see mem_part.h. */
 

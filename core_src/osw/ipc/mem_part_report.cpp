@@ -17,6 +17,7 @@
 #include "osw/ipc/mem_part_private.h"
 #include "osw/ipc/wait_private.h"
 #include "osw/mem_part.h"
+#include "osw/records_private.h"
 
 struct IpcMemPartSnap {
     ZatIpcHandle part;
@@ -55,81 +56,16 @@ struct Survey {
     bool isBroken;
 };
 
-/*
- * Records of the process heap, for the life of a scope, which may end with the printing task. Room
- * is made without a lock: want of memory is fatal, and no message may be written under a lock
- * semaphore.
- */
-template <class Record>
-class Records {
-  public:
-    Records() = default;
-    Records(const Records&) = delete;
-    Records& operator=(const Records&) = delete;
-    ~Records() { zatOSWOrgFreeMemPart(0, room_); }
-
-    /* Under the lock: whether there is room for so many. */
-    bool canHold(uint32_t count) {
-        wanted_ = count;
-        return count <= capacity_;
-    }
-
-    /* Makes the room that was missing: ZAT_OK or a status of zatOSWOrgAllocMemPart(). */
-    ZatStatus grow() {
-        /* Other processes may allocate blocks meanwhile. */
-        const uint32_t capacity = wanted_ + 16;
-        if (capacity > UINT32_MAX / sizeof(Record)) return ZAT_OSW_PART_EXHAUSTED;
-        zatOSWOrgFreeMemPart(0, room_);
-        room_ = nullptr;
-        capacity_ = 0;
-        const ZatStatus status =
-            zatOSWOrgAllocMemPart(0, &room_, capacity * static_cast<uint32_t>(sizeof(Record)));
-        if (status == ZAT_OK) capacity_ = capacity;
-        return status;
-    }
-
-    /* Adds a record if it is among those that there is to be room for. */
-    void add(const Record& record) {
-        if (count_ < wanted_) data()[count_++] = record;
-    }
-
-    bool isEmpty() const { return count_ == 0; }
-    const Record* begin() const { return data(); }
-    const Record* end() const { return data() + count_; }
-
-  private:
-    Record* data() const { return static_cast<Record*>(room_); }
-
-    void* room_ = nullptr;
-    uint32_t capacity_ = 0;
-    uint32_t wanted_ = 0;
-    uint32_t count_ = 0;
-};
-
-/* What a look under the lock says when there is more than room for it; never returned. */
-static constexpr ZatStatus needsRoom = 0xFFFF0004;
-
-/* Looks, under the lock, until there is room for what is seen. */
-template <class Record, class Look>
-static ZatStatus gatherInto(Records<Record>& records, Look look) {
-    for (;;) {
-        ZatStatus status = look();
-        if (status != needsRoom) return status;
-        status = records.grow();
-        if (status != ZAT_OK) return status;
-    }
-}
-
 struct PartReport {
     IpcMemPartSnap snap;
     Survey seen;
-    Records<IpcMemPartBlock> blocks;
+    OswRecords<IpcMemPartBlock> blocks;
 };
 
 struct ListReport {
     uint32_t shmBytes;
     uint32_t shmPeak;
-    Records<IpcMemPartSnap> parts;
+    OswRecords<IpcMemPartSnap> parts;
 };
 
 static IpcMemPartSnap takeSnap(const IpcHandle& handle) {
@@ -164,7 +100,7 @@ static Survey survey(const ShmHeap& heap) {
     return seen;
 }
 
-static void addBlocks(const ShmHeap& heap, Records<IpcMemPartBlock>& blocks) {
+static void addBlocks(const ShmHeap& heap, OswRecords<IpcMemPartBlock>& blocks) {
     uint32_t number = 0;
     ShmBlockWalk walk(heap);
     while (walk.next()) {
@@ -183,7 +119,7 @@ static ZatStatus lookAtPart(IpcHandle& handle, void* data) {
     report.snap = takeSnap(handle);
     report.seen = survey(heap);
     if (!report.blocks.canHold(std::min(report.snap.used.curBlocks, report.seen.blocks)))
-        return needsRoom;
+        return oswNeedsRoom;
     addBlocks(heap, report.blocks);
     return ZAT_OK;
 }
@@ -204,7 +140,7 @@ static ZatStatus lookAtList(ListReport& report) {
     if (const ZatStatus status = oswIpcLockBoth(global, lock, IPC_PARTITION); status != ZAT_OK)
         return status;
     const ClbLstHead& handles = oswIpcTypes[IPC_PARTITION].handles;
-    if (!report.parts.canHold(static_cast<uint32_t>(handles.count))) return needsRoom;
+    if (!report.parts.canHold(static_cast<uint32_t>(handles.count))) return oswNeedsRoom;
     for (const IpcHandle* handle : zatWalk<IpcHandle>(&handles))
         report.parts.add(takeSnap(*handle));
     report.shmBytes = get_curr();
@@ -222,7 +158,7 @@ static unsigned long asLong(uint32_t word) {
     return word;
 }
 
-static void printBlocks(const Output& to, const Records<IpcMemPartBlock>& blocks) {
+static void printBlocks(const Output& to, const OswRecords<IpcMemPartBlock>& blocks) {
     zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, "memory block offset & size:\n");
     zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
                     " blk-no blk-id  offset  req-size blk-size\n");
@@ -307,7 +243,7 @@ ZatStatus zatOSWIpcShowMemPartInfo(ZatIpcHandle part, uint32_t verbose) {
     const OswKeepErrno keepErrno;
     PartReport report = {};
     const ZatStatus status =
-        gatherInto(report.blocks, [&] { return oswIpcApply(part, change, &report); });
+        oswGather(report.blocks, [&] { return oswIpcApply(part, change, &report); });
     if (status == ZAT_OK) print(to, report, verbose != 0);
     return status;
 }
@@ -315,7 +251,7 @@ ZatStatus zatOSWIpcShowMemPartInfo(ZatIpcHandle part, uint32_t verbose) {
 void zatOSWIpcShowMemPartList(uint32_t component, uint32_t selector) {
     const OswKeepErrno keepErrno;
     ListReport report = {};
-    if (gatherInto(report.parts, [&] { return lookAtList(report); }) == ZAT_OK)
+    if (oswGather(report.parts, [&] { return lookAtList(report); }) == ZAT_OK)
         printList({component, selector}, report);
     else
         zatGENTrcPrintf(component, IPC_PART_TRACE, selector,
@@ -326,7 +262,7 @@ void zatOSWIpcShowMemPartBlock(uint32_t component, uint32_t selector, const char
     const OswKeepErrno keepErrno;
     PartReport report = {};
     if (name != nullptr &&
-        gatherInto(report.blocks, [&] { return lookAtNamed(name, report); }) == ZAT_OK)
+        oswGather(report.blocks, [&] { return lookAtNamed(name, report); }) == ZAT_OK)
         print({component, selector}, report, true);
     else
         zatGENTrcPrintf(component, IPC_PART_TRACE, selector,
