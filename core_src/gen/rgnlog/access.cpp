@@ -14,8 +14,9 @@ static ZatStatus setRun(int32_t id, uint32_t run) {
     GenRegionUse region(id);
     if (!region) return ZAT_GEN_NO_LOG;
     const GenRegionLock lock(region);
-    if (lock.status() == ZAT_OK) region->info.header->run = run;
-    return lock.status();
+    const ZatStatus status = lock.ringStatus();
+    if (status == ZAT_OK) region->info.header->run = run;
+    return status;
 }
 
 ZatStatus zatGENStartRgnLog(int32_t id) {
@@ -57,7 +58,8 @@ __attribute__((always_inline)) static inline ZatStatus write(int32_t id, const G
     GenRegionUse region(id);
     if (!region) return ZAT_OK;
     const GenRegionLock lock(region);
-    if (lock.status() != ZAT_OK) return lock.status() == ZAT_GEN_NO_LOG ? ZAT_OK : lock.status();
+    const ZatStatus status = lock.ringStatus();
+    if (status != ZAT_OK) return status == ZAT_GEN_NO_LOG ? ZatStatus{ZAT_OK} : status;
     if (region->info.header->run != 0) genRingWrite(region->ring(), record);
     return ZAT_OK;
 }
@@ -80,8 +82,9 @@ ZatStatus zatGENWriteRgnLog(int32_t id, const ZatClock* time, const void* data,
 /* A shared ring is gone when the library was terminated; whoever takes no lock must ask. */
 static bool isThere(const GenRegion& region) {
     void* start = nullptr;
-    return !region.isShared() ||
-           zatOSWIpcGetPointerMemPart(region.info.partition, 0, &start) == ZAT_OK;
+    return region.info.header != nullptr &&
+           (!region.isShared() ||
+            zatOSWIpcGetPointerMemPart(region.info.partition, 0, &start) == ZAT_OK);
 }
 
 int32_t zatGENReadRgnLog(int32_t id, void* buffer, uint32_t bufferBytes, uint32_t* length,
@@ -99,8 +102,9 @@ ZatStatus zatGENGetRgnHeader(int32_t id, RgnLogHeader* header) {
     GenRegionUse region(id);
     if (!region) return ZAT_GEN_NO_LOG;
     const GenRegionLock lock(region);
-    if (lock.status() == ZAT_OK) *header = *region->info.header;
-    return lock.status();
+    const ZatStatus status = lock.ringStatus();
+    if (status == ZAT_OK) *header = *region->info.header;
+    return status;
 }
 
 ZatStatus zatGENGetRgnIDByName(int32_t* id, const char* name) {

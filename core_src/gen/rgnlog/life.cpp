@@ -89,7 +89,7 @@ static bool retract(GenRegionUse& region) {
     const GenRegionLock lock(region, GenUseAfter::GoesOn);
     /* A lock that cannot be had must not keep a region that cannot be used. */
     if (lock.status() == ZAT_GEN_NO_LOG || !genRemoveRegion(*region)) return false;
-    if (lock.status() == ZAT_OK) region->info.header->run = 0;
+    if (lock.ringStatus() == ZAT_OK) region->info.header->run = 0;
     return true;
 }
 

@@ -43,7 +43,7 @@ static ZatStatus copyRegion(GenRegionUse& use, RegionCopy& copy) {
     copy.areaSize = region.areaSize;
     copy.fmt = region.info.fmt;
     const GenRegionLock lock(use);
-    if (lock.status() != ZAT_OK) return lock.status();
+    if (const ZatStatus status = lock.ringStatus(); status != ZAT_OK) return status;
     copy.id = region.info.id;
     copy.header = *region.info.header;
     memcpy(copy.memory.get(), region.info.data, region.areaSize);

@@ -95,7 +95,7 @@ static void printArguments(const BinaryRecord& record, const char* lineHead) {
 
 static void printLine(const BinaryRecord& record) {
     const GenMcHead& head = record.head;
-    char lineHead[192];
+    char lineHead[1280];
     snprintf(lineHead, sizeof lineHead, TIME_FORMAT "%s(0x%x):(%d:%lu)", TIME_ARGUMENTS(record.now),
              genComponent(head.component).name, head.component, head.kernelThread,
              static_cast<unsigned long>(head.thread));

@@ -48,6 +48,12 @@ class GenRegionLock {
     /* ZAT_OK when it is held; ZAT_GEN_NO_LOG when the region was deleted meanwhile. */
     ZatStatus status() const { return status_; }
 
+    /* The same, and ZAT_GEN_NO_LOG also where there is a record without a ring. */
+    ZatStatus ringStatus() const {
+        return status_ == ZAT_OK && region_.info.header == nullptr ? ZatStatus{ZAT_GEN_NO_LOG}
+                                                                   : status_;
+    }
+
     /* Leaves it taken. */
     void keep() { isKept_ = true; }
 

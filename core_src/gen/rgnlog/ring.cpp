@@ -159,8 +159,8 @@ static void fill(const GenRing& ring, const Span& span, const GenRecord& record,
     }
 }
 
-/* Makes the filled record count; what it does not need becomes the free record. One that fits to the
- * byte counts as the oldest for a moment: that loses none of the others. */
+/* Makes the filled record count; what it does not need becomes the free record. One that fits to
+ * the byte counts as the oldest for a moment: that loses none of the others. */
 static void commit(const GenRing& ring, const Span& span, uint32_t need) {
     if (need >= span.size) {
         put(ring.header->full, 1);

@@ -51,7 +51,7 @@ ZATOSW_STATIC_ASSERT(offsetof(ZatGenLogFileHead, time) == 12 && sizeof(ZatGenLog
  *
  * @return 0   saved
  * @return -1  no such region, or it could not be locked, or the file could not be written: errno
- *             says why, and what was written of it stays
+ *             says why, ENOENT for the region, and what was written of it stays
  *
  * Nothing is written into the region meanwhile. May be called from any task.
  */

@@ -76,6 +76,7 @@ int32_t zatGENTrcCreateLogFile(int32_t logId, const char* path) {
     if (file == nullptr || !writeHead(file.get(), logId)) return -1;
     {
         const LockedLog log(logId);
+        if (!log.isHeld()) errno = ENOENT;
         if (!log.isHeld() || !writeRecords(file.get(), logId)) return -1;
     }
     /* What was buffered may fail only now. */
