@@ -100,9 +100,16 @@ TEST_F(Output, GoesWhereTheMasksOfSystemAndComponentLetIt) {
             setAllMasks(static_cast<uint16_t>(~(1u << level)));
             if (i & 1) zatGENGetTrcMask(ZAT_GEN_SYSTEM)->*masks[mask] |= 1u << level;
             if (i & 2) zatGENGetTrcMask(0x2002)->*masks[mask] |= 1u << level;
-            EXPECT_EQ(sinksOf([&] { zatGENTrcPrintf(0x2002, c.type, level, "text"); }),
-                      i % 4 == 3 ? c.expected[mask] : "")
+            const std::string expected = i % 4 == 3 ? c.expected[mask] : "";
+            EXPECT_EQ(sinksOf([&] { zatGENTrcPrintf(0x2002, c.type, level, "text"); }), expected)
                 << std::hex << "type " << c.type << " level " << level << " mask " << mask;
+            if (c.type == 0x103) continue;  // no type of dumps
+            EXPECT_EQ(sinksOf([&] { zatGENTraceDump(0x2002, c.type, level, "x", 1, 1, 1); }),
+                      expected);
+            if (expected == "E") {
+                EXPECT_EQ(line.substr(0, 4) + line.substr(14),
+                          "OSW:78" + std::string(37, ' ') + " | x\n");
+            }
         }
     }
     setAllMasks(0xFFFF);

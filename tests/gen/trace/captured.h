@@ -1,0 +1,57 @@
+/**
+ * @file
+ * What the trace says, and answers to what it asks.
+ */
+#ifndef ZATOSW_TESTS_GEN_CAPTURED_H
+#define ZATOSW_TESTS_GEN_CAPTURED_H
+
+#include <cstring>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "osw/worker.h"
+
+using Lines = std::vector<std::string>;
+
+constexpr uint32_t component = 0x2002;
+inline const std::string prompt = "Enter to continue, or <Q> to quit.\n";
+inline std::deque<std::string> answers; /**< of the input hook; then it gives none */
+inline Lines hookLines;                 /**< what the print hook got */
+
+/** Has what is traced let through to the hook. */
+inline void listen() {
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    for (const uint32_t id : {ZAT_GEN_SYSTEM, 0x2000u, component})
+        zatGENMonTrcAll(id);
+    zatGENSetPrintFunc(
+        [](uint32_t, uint32_t, uint32_t, const char* text) { hookLines.emplace_back(text); });
+    zatGENSetTypeFunc([](char* buffer, int size, FILE* stream) -> char* {
+        if (answers.empty() || size != 16 || stream != stdin) return nullptr;
+        strcpy(buffer, answers.front().c_str());
+        answers.pop_front();
+        return buffer;
+    });
+}
+
+/** Makes and starts a region that takes all levels but 1. */
+inline void makeLog(int32_t id, int32_t size = 8000, int32_t maxEntry = 0, uint32_t fmt = 0) {
+    ASSERT_EQ(zatGENCreateRgnLog(id, "a log", 0xFFFD, size, maxEntry, 1, 0, fmt), ZAT_OK);
+    ASSERT_EQ(zatGENStartRgnLog(id), ZAT_OK);
+}
+
+/** The payloads of a region's records, the oldest first. */
+inline Lines recordsOf(int32_t id) {
+    Lines records;
+    char ring[8000];
+    uint32_t position = ZAT_GEN_OLDEST, filled = 0, length = 0;
+    for (; zatGENReadRgnLog(id, ring + filled, 100, &length, &position) == 0; filled += length)
+        if (length == ZAT_GEN_LOG_END) break;
+    for (uint32_t at = 0, words[5]; at < filled; at += words[1]) {
+        memcpy(words, ring + at, sizeof words);
+        records.emplace_back(ring + at + 20, words[4]);
+    }
+    return records;
+}
+
+#endif
