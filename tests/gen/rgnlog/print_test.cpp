@@ -16,9 +16,7 @@ void write(const std::string& payload, const ZatClock& time = {}) {
 }
 
 Lines print(int32_t direction, int32_t id = component) {
-    hookLines.clear();
-    zatGENPrnRgnLog(id, direction, component, 14);
-    return hookLines;
+    return printedBy([=] { zatGENPrnRgnLog(id, direction, component, 14); });
 }
 
 Lines between(Lines lines, int32_t id = component) {
@@ -61,9 +59,7 @@ TEST_F(Print, ShowsTextsAsTheyWereWritten) {
             const ZatClock time = {random() >> 1, random() % 1000000000};
             write(text, time);
             const std::string first = text.substr(0, size - payload);
-            const std::string second = text.substr(first.size());  // each ends at a NUL
-            std::string line = timeText(time) + first.substr(0, first.find('\0')) +
-                               second.substr(0, second.find('\0'));
+            std::string line = timeText(time) + first.c_str() + text.substr(first.size()).c_str();
             if (text.back() != '\n' || line.back() != '\n') line += '\n';
             lines.push_back(line.size() > 1279 ? line.substr(0, 1278) + '\n' : line);
             sizes.push_back((text.size() + 27) / 8 * 8);
@@ -114,8 +110,7 @@ TEST_F(Print, DecodesBinaryRecordsAndDumpsWhatCannotBe) {
                 characters += record[at] >= 32 && record[at] <= 126 ? record[at] : '.';
             }
             hex.resize(47, ' ');
-            expected.push_back(
-                timeText(time).append(hex).append(" | ").append(characters).append("\n"));
+            expected.push_back(timeText(time) + hex + " | " + characters + "\n");
         }
         Lines lines = print(0);
         lines.resize(expected.size() + 1);
@@ -128,14 +123,18 @@ TEST_F(Print, AsksAfterEachPageAndHoldsNothing) {
     for (const char* text : {"1", "2", "3", "4", "5"})
         write(text);
     Lines all = print(1);
+    zatGENSetLogLines(UINT_MAX);
+    EXPECT_EQ(print(1), all) << "less than no lines";
     zatGENSetLogLines(2);
     all.insert(all.begin() + 5, prompt);
     all.insert(all.begin() + 3, prompt);
-    answers = {"yq\n", "Quit\n"};
-    Lines cut(all.begin(), all.begin() + 7);
-    cut.push_back(all.back());
-    EXPECT_EQ(print(1), cut);
     EXPECT_EQ(print(1), all) << "no answer";
+    for (const bool isLate : {false, true}) {
+        answers = {isLate ? "yq\n" : "q\n", "Quit\n"};
+        Lines expected(all.begin(), all.begin() + (isLate ? 7 : 4));
+        expected.push_back(all.back());
+        EXPECT_EQ(print(1), expected);
+    }
     zatGENSetTypeFunc(nullptr);
     EXPECT_EQ(print(1), all) << "nobody to ask";
     zatGENSetTypeFunc([](char*, int, FILE*) -> char* {
@@ -150,25 +149,22 @@ TEST_F(Print, AsksAfterEachPageAndHoldsNothing) {
     EXPECT_EQ(print(1), Lines()) << "it is gone";
 }
 
-TEST_F(Print, ShowsAllRegionsInTheirOrder) {
+TEST_F(Print, ShowsOneRegionOrAll) {
+    EXPECT_EQ(zatGENPrintRgnLog(component, 1), ZatStatus{ZAT_GEN_NO_LOG});
     Lines all;
-    for (int32_t id = 16; id > -17; id -= 2) {
-        makeLog(id, 96, id);
-        EXPECT_EQ(print(1, id), between({}, id));
+    for (const int32_t id : {int32_t{component}, 3, -2, INT_MIN}) {
+        makeLog(id);
+        EXPECT_EQ(printedBy([=] { zatGENPrintRgnLog(id, 1); }), between({}, id));
+        EXPECT_EQ(hookChannel, 0x00020Fu);
         all.insert(all.begin(), hookLines.begin(), hookLines.end());
     }
     EXPECT_EQ(print(1, ZAT_GEN_ALL_LOGS), all);
-    hookLines.clear();
-    zatGENShowRgnLog(component, 3);
-    const Lines list = hookLines;
-    EXPECT_EQ(list.at(17) + list.at(18), prompt + list[0]);
-    char row[100];
-    snprintf(row, sizeof row, "    16            a log fffd %8x        0     96    16   T   1\n",
-             wordOf(zatGENGetRgnLogInfo(16)->data));
-    EXPECT_EQ(list.back(), row);
-    makeLog(component);
+    EXPECT_EQ(hookChannel, 0x02020Eu);
     zatGENForwardTrcMsgToRgnLog();
-    EXPECT_EQ(print(1), between({})) << "not what is written into it meanwhile";
+    print(1);
+    const Lines own = print(1);  // what was written into it meanwhile is not among it
+    ASSERT_EQ(own.size(), 4u);
+    EXPECT_EQ(own[2].substr(16), "OSW:" + own[3]);
 }
 
 TEST_F(Print, SurvivesDamage) {
@@ -190,6 +186,27 @@ TEST_F(Print, SurvivesDamage) {
     info.header = nullptr;
     EXPECT_EQ(print(1), Lines());
     info.header = header;
+}
+
+TEST_F(Print, ListsTheRegionsInPages) {
+    const Lines head = {"  Id       Component    mask buf(ptr)  partid   size   len  fmt run\n",
+                        "------ ---------------- ---- -------- -------- ------ ----- --- ---\n"};
+    Lines expected;
+    for (int32_t i = 0; i < 31; ++i) {
+        EXPECT_EQ(printedBy([] { zatGENShowRgnLog(component, 3); }), expected);
+        if (i == 15 || i == 30) expected.push_back(prompt);
+        if (i % 15 == 0) expected.insert(expected.end(), head.begin(), head.end());
+        const int32_t id = i * 5 - 7;
+        const std::string name(static_cast<uint32_t>(i + 1), 'n');
+        zatGENCreateRgnLog(id, name.c_str(), i * 0x12, i + 1, i - 4, 1, i == 3, i % 3 == 0);
+        if (i % 4 == 0) zatGENStartRgnLog(id);
+        const RgnLogInfo& info = *zatGENGetRgnLogInfo(id);
+        char row[100];
+        snprintf(row, sizeof row, "%6d %16.16s %04x %8x %8x %6d %5d   %c %3d\n", id, name.c_str(),
+                 i * 0x12, wordOf(info.data), info.partition, (i + 8) / 8 * 8, i - 4,
+                 i % 3 == 0 ? 'B' : 'T', i % 4 == 0);
+        expected.emplace_back(row);
+    }
 }
 
 }  // namespace

@@ -17,15 +17,26 @@ using Lines = std::vector<std::string>;
 constexpr uint32_t component = 0x2002;
 inline const std::string prompt = "Enter to continue, or <Q> to quit.\n";
 inline std::deque<std::string> answers; /**< of the input hook; then it gives none */
-inline Lines hookLines;                 /**< what the print hook got */
+inline Lines hookLines;
+inline uint32_t hookChannel; /**< of the last line: component, type and level, a byte each */
+
+/** What the print hook gets during a call. */
+template <class Call>
+Lines printedBy(Call call) {
+    hookLines.clear();
+    call();
+    return hookLines;
+}
 
 /** Has what is traced let through to the hook. */
 inline void listen() {
     ASSERT_EQ(zatOSWInit(), ZAT_OK);
     for (const uint32_t id : {ZAT_GEN_SYSTEM, 0x2000u, component})
         zatGENMonTrcAll(id);
-    zatGENSetPrintFunc(
-        [](uint32_t, uint32_t, uint32_t, const char* text) { hookLines.emplace_back(text); });
+    zatGENSetPrintFunc([](uint32_t id, uint32_t type, uint32_t level, const char* text) {
+        hookLines.emplace_back(text);
+        hookChannel = (id & 0xFF) << 16 | type << 8 | level;
+    });
     zatGENSetTypeFunc([](char* buffer, int size, FILE* stream) -> char* {
         if (answers.empty() || size != 16 || stream != stdin) return nullptr;
         strcpy(buffer, answers.front().c_str());
