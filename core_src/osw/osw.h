@@ -10,6 +10,7 @@
 #include "event_sem.h"
 #include "fixed_lock.h"
 #include "init.h"
+#include "mem_info.h"
 #include "mem_part.h"
 #include "msg_queue.h"
 #include "mutex_sem.h"

@@ -17,6 +17,7 @@
 
 #include "clb/list_walk_private.h"
 #include "osw/lock_private.h"
+#include "osw/mem_info.h"
 #include "osw/self_private.h"
 #include "osw/stack_private.h"
 #include "osw/task_registry_private.h"
@@ -118,20 +119,16 @@ OswTaskRecord* oswEndedTask(ZatTaskId task) {
     return nullptr;
 }
 
-static void raisePeak(uint32_t& peak, uint32_t value) {
-    peak = std::max(peak, value);
-}
-
-static void countTasks() {
+void oswCountTasks() {
     oswTaskFigures.taskCount = static_cast<uint32_t>(oswTasks.count);
-    raisePeak(oswTaskFigures.taskPeak, oswTaskFigures.taskCount);
+    oswRaisePeak(oswTaskFigures.taskPeak, oswTaskFigures.taskCount);
 }
 
 void oswCountStartedTask(OswTaskRecord& record) {
     oswTaskFigures.stackTotal += record.stackSize - record.countedStack;
     record.countedStack = record.stackSize;
-    raisePeak(oswTaskFigures.stackTotalPeak, oswTaskFigures.stackTotal);
-    countTasks();
+    oswRaisePeak(oswTaskFigures.stackTotalPeak, oswTaskFigures.stackTotal);
+    oswCountTasks();
 }
 
 void oswMeasureStack(OswTaskRecord& record) {
@@ -140,21 +137,7 @@ void oswMeasureStack(OswTaskRecord& record) {
 }
 
 void oswMonitorTaskEnd() {
-    if (stackMonitor.load(std::memory_order_relaxed) == 0) return;
-    OswLock lock(oswRegistryLock);
-    countTasks();
-    uint32_t total = 0;
-    uint32_t usage = 0;
-    for (auto* record : zatWalk<OswTaskRecord>(&oswTasks)) {
-        oswMeasureStack(*record);
-        record->countedStack = record->stackSize;
-        total += record->stackSize;
-        usage += (record->stackPeak + 4095) / 4096 * 4096;
-    }
-    oswTaskFigures.stackTotal = total;
-    raisePeak(oswTaskFigures.stackTotalPeak, total);
-    oswTaskFigures.stackUsage = usage;
-    raisePeak(oswTaskFigures.stackUsagePeak, usage);
+    if (stackMonitor.load(std::memory_order_relaxed) != 0) zatOSWCreateMemInfo(nullptr);
 }
 
 bool oswLockMonitorOn() {
@@ -181,7 +164,7 @@ static bool isNamed(const OswTaskRecord& record, const char* name) {
     return strncmp(record.name, name, sizeof record.name) == 0;
 }
 
-static void fillInfo(zatOSWTaskInfo& info, const OswTaskRecord& record) {
+void oswFillTaskInfo(zatOSWTaskInfo& info, const OswTaskRecord& record) {
     info.threadId = record.threadId;
     info.kernelTid = record.kernelTid;
     info.memSize = record.memSize;
@@ -204,7 +187,7 @@ ZatStatus zatOSWGetTaskInfo(ZatTaskId task, zatOSWTaskInfo* info) {
     OswTaskRecord* record = oswOldestTask(task == 0 ? oswSelf() : task);
     if (record == nullptr) return ZAT_FAILED;
     oswMeasureStack(*record);
-    fillInfo(*info, *record);
+    oswFillTaskInfo(*info, *record);
     return ZAT_OK;
 }
 

@@ -14,6 +14,7 @@
 #include "clb/list.h"
 #include "osw/index_private.h"
 #include "osw/status.h"
+#include "osw/task_registry.h"
 
 enum : int32_t {
     OSW_JOINED_BY_CALLER = 1, /* joinMode: whoever joins the task releases its record */
@@ -91,6 +92,16 @@ OswTaskRecord* oswEndedTask(ZatTaskId task);
 
 /* Counts the stack of a task that has just started, and all tasks, into the figures. */
 void oswCountStartedTask(OswTaskRecord& record);
+
+/* Counts the tasks into the figures. */
+void oswCountTasks();
+
+inline void oswRaisePeak(uint32_t& peak, uint32_t value) {
+    if (value > peak) peak = value;
+}
+
+/* What callers learn of a task. */
+void oswFillTaskInfo(zatOSWTaskInfo& info, const OswTaskRecord& record);
 
 /* Refreshes stackPeak of a record whose stack is known and still there. */
 void oswMeasureStack(OswTaskRecord& record);

@@ -17,6 +17,7 @@
 #include "osw/ipc/mem_part_private.h"
 #include "osw/ipc/wait_private.h"
 #include "osw/mem_part.h"
+#include "osw/part_report_private.h"
 #include "osw/records_private.h"
 
 struct IpcMemPartSnap {
@@ -45,20 +46,9 @@ static_assert(sizeof(IpcMemPartBlock) == 24 && offsetof(IpcMemPartBlock, id) == 
               offsetof(IpcMemPartBlock, offset) == 8 && offsetof(IpcMemPartBlock, address) == 12 &&
               offsetof(IpcMemPartBlock, reqSize) == 16 && offsetof(IpcMemPartBlock, size) == 20);
 
-/* What a walk over the blocks sees; sizes with tags. */
-struct Survey {
-    static constexpr uint32_t classCount = 9;
-
-    uint32_t bytes; /* in allocated blocks */
-    uint32_t blocks;
-    uint32_t largestFree;
-    uint32_t classes[classCount]; /* allocated blocks of up to 8, 16, ... 1024 bytes, and larger */
-    bool isBroken;
-};
-
 struct PartReport {
     IpcMemPartSnap snap;
-    Survey seen;
+    OswPartSurvey seen;
     OswRecords<IpcMemPartBlock> blocks;
 };
 
@@ -78,22 +68,12 @@ static IpcMemPartSnap takeSnap(const IpcHandle& handle) {
     return snap;
 }
 
-static uint32_t sizeClass(uint32_t blockSize) {
-    uint32_t index = 0;
-    while (index < Survey::classCount - 1 && blockSize > 8u << index)
-        ++index;
-    return index;
-}
-
-static Survey survey(const ShmHeap& heap) {
-    Survey seen = {};
+static OswPartSurvey survey(const ShmHeap& heap) {
+    OswPartSurvey seen = {};
     seen.largestFree = shmHeapLargestFree(heap);
     ShmBlockWalk walk(heap);
     while (walk.next()) {
-        if (!shmIsAllocated(walk.tag())) continue;
-        seen.bytes += walk.size();
-        seen.blocks += 1;
-        seen.classes[sizeClass(walk.size())] += 1;
+        if (shmIsAllocated(walk.tag())) oswCountAllocated(seen, walk.size());
     }
     /* The figures are those of another partition if there are more blocks than they count. */
     seen.isBroken = walk.isBroken() || seen.blocks > shmHeadOf(heap).curBlocks;
@@ -148,98 +128,40 @@ static ZatStatus lookAtList(ListReport& report) {
     return ZAT_OK;
 }
 
-struct Output {
-    uint32_t component;
-    uint32_t selector;
-};
-
-/* The formats name their numbers as longs. */
-static unsigned long asLong(uint32_t word) {
-    return word;
-}
-
-static void printBlocks(const Output& to, const OswRecords<IpcMemPartBlock>& blocks) {
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, "memory block offset & size:\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    " blk-no blk-id  offset  req-size blk-size\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    " ------ ------ -------- -------- --------\n");
-    if (blocks.isEmpty())
-        zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                        "  < no memory block allocated >\n");
+static void printBlocks(const OswReportOutput& to, const OswRecords<IpcMemPartBlock>& blocks) {
+    OSW_PRINT(to, "memory block offset & size:\n");
+    OSW_PRINT(to, " blk-no blk-id  offset  req-size blk-size\n");
+    OSW_PRINT(to, " ------ ------ -------- -------- --------\n");
+    if (blocks.isEmpty()) OSW_PRINT(to, "  < no memory block allocated >\n");
     for (const IpcMemPartBlock& block : blocks)
-        zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, " %6d %6d %8d %8lu %8d\n",
-                        block.number, block.id, block.offset, asLong(block.reqSize), block.size);
+        OSW_PRINT(to, " %6d %6d %8d %8lu %8d\n", block.number, block.id, block.offset,
+                  oswAsLong(block.reqSize), block.size);
 }
 
-static void printUse(const Output& to, const IpcMemPartSnap& snap, uint32_t largestFree) {
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    "                 address  mem size max free\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    "               ---------- -------- --------\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, "mem part info: 0x%08lx %8lu %8lu\n",
-                    asLong(snap.address), asLong(snap.size), asLong(largestFree));
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    "           cur-used peek-used cur-blks peek-blks\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    "           -------- --------- -------- ---------\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, "mem usage: %8lu  %8lu %8lu  %8lu\n",
-                    asLong(snap.used.curBytes), asLong(snap.used.peakBytes),
-                    asLong(snap.used.curBlocks), asLong(snap.used.peakBlocks));
-}
-
-static void printClasses(const Output& to, const uint32_t (&classes)[Survey::classCount]) {
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    "            current block number\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    " blk-size -    8byte   16byte   32byte   64byte  128byte\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    "            -------- -------- -------- -------- -------- \n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    "mem blocks: %8lu %8lu %8lu %8lu %8lu\n", asLong(classes[0]),
-                    asLong(classes[1]), asLong(classes[2]), asLong(classes[3]), asLong(classes[4]));
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    " blk-size -  256byte  512byte   1Kbyte Ovr1Kbyte\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    "            -------- -------- -------- --------\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, "mem blocks: %8lu %8lu %8lu %8lu\n",
-                    asLong(classes[5]), asLong(classes[6]), asLong(classes[7]), asLong(classes[8]));
-}
-
-static void print(const Output& to, const PartReport& report, bool verbose) {
+static void print(const OswReportOutput& to, const PartReport& report, bool verbose) {
     if (verbose) printBlocks(to, report.blocks);
-    const ShmHeapHead& used = report.snap.used;
-    if (report.seen.bytes != used.curBytes || report.seen.blocks != used.curBlocks)
-        zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                        "!! Memory block count mismatch !!\n");
-    if (report.seen.isBroken)
-        zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                        "!! Broken memory block chain !!\n");
-    printUse(to, report.snap, report.seen.largestFree);
-    printClasses(to, report.seen.classes);
+    const IpcMemPartSnap& snap = report.snap;
+    const OswPartUse use = {snap.address,        snap.size,           snap.used.curBytes,
+                            snap.used.peakBytes, snap.used.curBlocks, snap.used.peakBlocks};
+    oswPrintPart(to, "           cur-used peek-used cur-blks peek-blks\n", use, report.seen);
 }
 
-static void printList(const Output& to, const ListReport& report) {
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, "            cur-used peak-used\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, "           --------- ---------\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, "shm usage: %9lu %9lu\n",
-                    asLong(report.shmBytes), asLong(report.shmPeak));
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    " part-id       part-name              mem-size mem-used mem-peak\n");
-    zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                    "-------- ---------------------------- -------- -------- --------\n");
-    if (report.parts.isEmpty())
-        zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector,
-                        " <no shared memory partition created>\n");
+static void printList(const OswReportOutput& to, const ListReport& report) {
+    OSW_PRINT(to, "            cur-used peak-used\n");
+    OSW_PRINT(to, "           --------- ---------\n");
+    OSW_PRINT(to, "shm usage: %9lu %9lu\n", oswAsLong(report.shmBytes), oswAsLong(report.shmPeak));
+    OSW_PRINT(to, " part-id       part-name              mem-size mem-used mem-peak\n");
+    OSW_PRINT(to, "-------- ---------------------------- -------- -------- --------\n");
+    if (report.parts.isEmpty()) OSW_PRINT(to, " <no shared memory partition created>\n");
     for (const IpcMemPartSnap& snap : report.parts)
-        zatGENTrcPrintf(to.component, IPC_PART_TRACE, to.selector, "%8lx %28.*s %8lu %8lu %8lu\n",
-                        asLong(snap.part), static_cast<int>(sizeof snap.name), snap.name,
-                        asLong(snap.size), asLong(snap.used.curBytes), asLong(snap.used.peakBytes));
+        OSW_PRINT(to, "%8lx %28.*s %8lu %8lu %8lu\n", oswAsLong(snap.part),
+                  static_cast<int>(sizeof snap.name), snap.name, oswAsLong(snap.size),
+                  oswAsLong(snap.used.curBytes), oswAsLong(snap.used.peakBytes));
 }
 
 ZatStatus zatOSWIpcShowMemPartInfo(ZatIpcHandle part, uint32_t verbose) {
     static constexpr IpcChange change = {IPC_PARTITION, lookAtPart, nullptr};
-    static constexpr Output to = {IPC_PART_COMPONENT, 15};
+    static constexpr OswReportOutput to = {IPC_PART_COMPONENT, 15};
     const OswKeepErrno keepErrno;
     PartReport report = {};
     const ZatStatus status =
