@@ -10,7 +10,7 @@ bool genReadPageAnswer() {
     const ZatGenTypeFunc hook = zatGENMonTypeFunc;
     if (hook == nullptr) return true;
     char answer[answerSize] = "";
-    hook(answer, answerSize, stdin);
+    if (hook(answer, answerSize, stdin) == nullptr) return true;
     return answer[0] != 'q' && answer[0] != 'Q';
 }
 

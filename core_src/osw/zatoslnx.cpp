@@ -12,6 +12,7 @@
 
 #include <atomic>
 
+#include "gen/rgnlog/shared_regions_private.h"
 #include "gen/trace/settings.h"
 #include "osw/event_sem.h"
 #include "osw/init.h"
@@ -81,8 +82,9 @@ static ZatStatus startLayers() {
     return status;
 }
 
-/* And the way down: the inter-process layer. */
+/* And the way down: the inter-process layer, and first those who use its memory. */
 static void stopLayers() {
+    genForgetSharedRegions();
     zatOSWIpcTerm();
 }
 

@@ -16,6 +16,7 @@ static constexpr uint32_t clockOffset = 12;
 static constexpr size_t sizeOffset = 4;
 static constexpr size_t clockWordsEnd = 16;
 static constexpr size_t headSize = 20;
+static constexpr size_t mostFaults = 1000;      // that are told one by one
 static constexpr uint32_t smallestRecord = 24;  // the head, rounded up to a multiple of 8
 
 uint32_t numberAt(std::string_view bytes, size_t offset, size_t size, bool bigEndian) {
@@ -50,6 +51,7 @@ static uint32_t wordAt(const LogFile& log, size_t offset) {
 
 static void note(LogFile& log, size_t offset, const char* what, size_t found = 0,
                  const char* rule = nullptr, size_t limit = 0) {
+    if (++log.faultCount > mostFaults) return;
     log.faults.push_back(
         {offset, what, static_cast<uint32_t>(found), rule, static_cast<uint32_t>(limit)});
 }
@@ -74,6 +76,7 @@ static bool readHeader(LogFile& log) {
         note(log, 2, "format version", log.version, "known is", knownVersion);
         return false;
     }
+    if (log.ringSize == 0) note(log, 4, "ring size", 0, "must be at least", 8);
     const uint32_t clock = wordAt(log, 8);
     if (clock != clockOffset) note(log, 8, "offset of the clock", clock, "must be", clockOffset);
     return true;

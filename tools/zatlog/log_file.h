@@ -30,7 +30,8 @@ struct LogFile {
     uint32_t seconds = 0;           // when the file was written, since 1970
     uint32_t nanoseconds = 0;       // and the rest of it
     std::vector<uint32_t> records;  // where each begins, oldest first
-    std::vector<LogFault> faults;
+    std::vector<LogFault> faults;   // the first of them
+    size_t faultCount = 0;
 };
 
 struct LogRecord {

@@ -6,8 +6,10 @@
 #include <memory>
 
 #include "gen/rgnlog/region_private.h"
+#include "gen/rgnlog/shared_regions_private.h"
 #include "osw/errno_private.h"
 #include "osw/init.h"
+#include "osw/ipc/mem_part.h"
 #include "osw/lock_private.h"
 
 static constexpr uint32_t allLevels = 0xFFFF;
@@ -86,7 +88,9 @@ ZatStatus zatGENInitRgnLog(int32_t id, const char* name, uint32_t mask, int32_t 
  * after that sees so. False when somebody else ends it.
  */
 static bool retract(GenRegionUse& region) {
+    /* Whoever waits for this may still be deleted. */
     const GenRegionLock lock(region, GenUseAfter::GoesOn);
+    const OswUncancellable uncancellable;
     /* A lock that cannot be had must not keep a region that cannot be used. */
     if (lock.status() == ZAT_GEN_NO_LOG || !genRemoveRegion(*region)) return false;
     if (lock.ringStatus() == ZAT_OK) region->info.header->run = 0;
@@ -117,14 +121,48 @@ static void awaitOthers(const GenRegion& region) {
 
 ZatStatus zatGENDeleteRgnLog(int32_t id) {
     const OswKeepErrno keepErrno;
-    const OswUncancellable uncancellable;
     GenRegionUse region(id);
     if (!region || !retract(region)) return ZAT_GEN_NO_LOG;
+    const OswUncancellable uncancellable;
     letOthersPass(*region);
     awaitOthers(*region);
     genEndRing(*region);
     genRetireRegion(*region);
     return ZAT_OK;
+}
+
+/* Tries for a second at most; whether it succeeded. */
+template <class Try>
+static bool tryForASecond(Try attempt) {
+    for (int tries = 0; tries < 1000; ++tries) {
+        if (attempt()) return true;
+        static constexpr timespec moment = {0, 1000000};
+        nanosleep(&moment, nullptr);
+    }
+    return false;
+}
+
+static void forget(int32_t id) {
+    const GenRegionUse region(id);
+    if (!region || !region->isShared() || !genRemoveRegion(*region)) return;
+    /* Without its lock there is nobody in the ring but those who are in it now. */
+    tryForASecond([&] { return zatOSWIpcDeleteMutexSem(region->info.lock) != ZAT_IPC_DEADLOCK; });
+    const bool isAlone = tryForASecond([&] {
+        GenTableLock lock;
+        return lock.take() != ZAT_OK || region->users() == 1;
+    });
+    if (!isAlone) return;
+    zatOSWIpcDeleteMemPart(region->info.partition);
+    genRetireRegion(*region);
+}
+
+void genForgetSharedRegions() {
+    const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
+    for (int32_t id = INT32_MIN; genNextRegionId(id); ++id) {
+        forget(id);
+        if (id == INT32_MAX) break;
+    }
 }
 
 ZatStatus zatGENTermRgnLog(void) {

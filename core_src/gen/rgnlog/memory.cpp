@@ -40,6 +40,12 @@ static ZatStatus number(const GenRegion& region, const void* block, int32_t bloc
     return zatOSWIpcRegisterBlockIdMemPart(region.info.partition, block, blockId);
 }
 
+static bool holds(const GenRegion& region, const void* block, uint32_t size) {
+    uint32_t room = 0;
+    return zatOSWIpcGetAllocSizeMemPart(region.info.partition, block, &room) == ZAT_OK &&
+           room >= size;
+}
+
 /* Frees what a process that was killed while it made the region had allocated. */
 static void freeLeftovers(const GenRegion& region) {
     void* block = nullptr;
@@ -62,6 +68,8 @@ static ZatStatus makeBlocks(GenRegion& region, int32_t maxEntry) {
     if (status == ZAT_OSW_PART_NO_BLOCK_ID) {
         status = allocate(region, sizeof(RgnLogHeader), &header);
         if (status == ZAT_OK) status = number(region, header, headerBlock);
+    } else if (status == ZAT_OK && !holds(region, header, sizeof(RgnLogHeader))) {
+        status = ZAT_IPC_BAD_PARAMETERS;
     }
     if (status == ZAT_OK) status = allocate(region, region.areaSize, &area);
     if (status != ZAT_OK) return status;
@@ -76,7 +84,14 @@ static ZatStatus openBlocks(GenRegion& region, int32_t maxEntry) {
     if (status == ZAT_OSW_PART_NO_BLOCK_ID) return makeBlocks(region, maxEntry);
     void* header = nullptr;
     if (status == ZAT_OK) status = find(region, headerBlock, &header);
+    if (status == ZAT_OSW_PART_NO_BLOCK_ID) {
+        status = zatOSWIpcFreeMemPart(region.info.partition, area);
+        return status == ZAT_OK ? makeBlocks(region, maxEntry) : status;
+    }
     if (status != ZAT_OK) return status;
+    /* A partition of that name may be somebody else's, or spoilt. */
+    if (!holds(region, header, sizeof(RgnLogHeader)) || !holds(region, area, region.areaSize))
+        return ZAT_IPC_BAD_PARAMETERS;
     place(region, header, area);
     /* Its last writer may have been killed. */
     genRingMend(region.ring());

@@ -14,8 +14,13 @@ static uint32_t& wordAt(const GenRing& ring, uint32_t record, uint32_t word) {
     return *reinterpret_cast<uint32_t*>(ring.area + record + word);
 }
 
+/* Once: another process may change a word between its check and its use. */
+static uint32_t get(const uint32_t& word) {
+    return __atomic_load_n(&word, __ATOMIC_RELAXED);
+}
+
 static uint32_t get(const GenRing& ring, uint32_t record, uint32_t word) {
-    return __atomic_load_n(&wordAt(ring, record, word), __ATOMIC_RELAXED);
+    return get(wordAt(ring, record, word));
 }
 
 /* Behind all that was written before, and ahead of what is written next: what a killed writer
@@ -108,7 +113,7 @@ void genRingInit(const GenRing& ring, int32_t maxEntry) {
 /* Gathers records from the one at cur on; false when the ring is damaged. */
 static bool absorb(const GenRing& ring, uint32_t need, Span& span) {
     const RgnLogHeader& header = *ring.header;
-    span.at = __atomic_load_n(&header.cur, __ATOMIC_RELAXED);
+    span.at = get(header.cur);
     if (header.size != ring.size || !isPosition(ring, span.at)) return false;
     span.size = get(ring, span.at, sizeWord);
     if (!isSize(ring, span.size)) return false;
@@ -196,8 +201,7 @@ void genRingWrite(const GenRing& ring, const GenRecord& record) {
 }
 
 /* Follows the sizes once around, and sets the words that look back by them. */
-static bool relink(const GenRing& ring) {
-    uint32_t at = ring.header->cur;
+static bool relink(const GenRing& ring, uint32_t at) {
     uint32_t left = ring.size;
     while (left > 0) {
         const uint32_t size = get(ring, at, sizeWord);
@@ -213,38 +217,40 @@ static bool relink(const GenRing& ring) {
  * long that is. */
 void genRingMend(const GenRing& ring) {
     const RgnLogHeader& header = *ring.header;
-    bool isSound = header.size == ring.size && header.full <= 1 && isPosition(ring, header.cur);
-    if (isSound && header.full == 0) {
-        const uint32_t newest = get(ring, header.cur, prevWord);
-        const uint32_t rest = get(ring, header.cur, sizeWord);
+    const uint32_t cur = get(header.cur);
+    const uint32_t full = get(header.full);
+    bool isSound = get(header.size) == ring.size && full <= 1 && isPosition(ring, cur);
+    if (isSound && full == 0) {
+        const uint32_t newest = get(ring, cur, prevWord);
+        const uint32_t rest = get(ring, cur, sizeWord);
         isSound = isSize(ring, newest) && isSize(ring, rest);
-        const uint32_t at = isSound ? behind(ring, header.cur, newest) : 0;
+        const uint32_t at = isSound ? behind(ring, cur, newest) : 0;
         if (isSound && get(ring, at, sizeWord) == newest + rest) put(ring, at, sizeWord, newest);
     }
-    if (!isSound || !relink(ring)) empty(ring);
+    if (!isSound || !relink(ring, cur)) empty(ring);
 }
 
 uint32_t genRingRead(const GenRing& ring, uint8_t* buffer, uint32_t bufferBytes,
                      uint32_t& position) {
     if (bufferBytes < sizeof(uint32_t)) return 0;
-    const RgnLogHeader header = *ring.header;
-    if (!isPosition(ring, header.cur)) return ZAT_GEN_LOG_END;
+    const uint32_t cur = get(ring.header->cur);
+    const bool isFull = get(ring.header->full) != 0;
+    if (!isPosition(ring, cur)) return ZAT_GEN_LOG_END;
     const bool fromOldest = position == ZAT_GEN_OLDEST;
-    uint32_t at = fromOldest ? header.cur : position;
-    if (fromOldest && header.full == 0) {
-        const uint32_t size = get(ring, header.cur, sizeWord);
-        at = isSize(ring, size) ? ahead(ring, header.cur, size) : header.cur;
+    uint32_t at = fromOldest ? cur : position;
+    if (fromOldest && !isFull) {
+        const uint32_t size = get(ring, cur, sizeWord);
+        at = isSize(ring, size) ? ahead(ring, cur, size) : cur;
     }
-    const bool isNothingLeft = at == header.cur && !(fromOldest && header.full != 0);
+    const bool isNothingLeft = at == cur && !(fromOldest && isFull);
     if (isNothingLeft || at >= ring.size) {
-        if (fromOldest) position = header.cur;
+        if (fromOldest) position = cur;
         return ZAT_GEN_LOG_END;
     }
-    const uint32_t end = at < header.cur ? header.cur : ring.size;
+    const uint32_t end = at < cur ? cur : ring.size;
     const uint32_t length = std::min(bufferBytes, end - at);
     memcpy(buffer, ring.area + at, length);
-    if (fromOldest && header.full == 0)
-        memcpy(buffer, &wordAt(ring, header.cur, prevWord), sizeof(uint32_t));
+    if (fromOldest && !isFull) memcpy(buffer, &wordAt(ring, cur, prevWord), sizeof(uint32_t));
     position = at + length == ring.size ? 0 : at + length;
     return length;
 }

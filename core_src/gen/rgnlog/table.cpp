@@ -35,6 +35,8 @@ ZatStatus genMakeTableLock(ZatMutexSem& lock) {
 }
 
 void genEndTableLock() {
+    /* Taking the task lock would bring the library up. */
+    if (genRegions.lock.load() == 0) return;
     const GenTaskLock task;
     if (!task.isHeld()) return;
     const ZatMutexSem lock = genRegions.lock.exchange(0);

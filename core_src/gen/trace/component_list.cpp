@@ -26,15 +26,26 @@ static void print(const Listing& listing, const zatGENTrcComp& record) {
                     record.monlogmask);
 }
 
-/* Whoever prints or answers may register components: none is looked at twice for that. */
-static void list(const Listing& listing) {
+/* The first component above the one shown last; whoever prints or answers may register others. */
+static const zatGENTrcComp* following(const zatGENTrcComp* last) {
     for (int32_t i = 0; i < genRegistry.count; ++i) {
-        if (i % int32_t{genPageRows} == 0) {
-            if (i > 0 && !genAskForPage(generalServices, listing.level)) return;
+        const zatGENTrcComp* record = genRegistry.records[i];
+        if (last == nullptr || static_cast<int32_t>(record->id) > static_cast<int32_t>(last->id))
+            return record;
+    }
+    return nullptr;
+}
+
+static void list(const Listing& listing) {
+    uint32_t shown = 0;
+    for (const zatGENTrcComp* record = following(nullptr); record != nullptr;
+         record = following(record), ++shown) {
+        if (shown % genPageRows == 0) {
+            if (shown > 0 && !genAskForPage(generalServices, listing.level)) return;
             zatGENTrcPrintf(listing.component, type, listing.level, "%s", listing.header);
             zatGENTrcPrintf(listing.component, type, listing.level, "%s", listing.rule);
         }
-        if (i < genRegistry.count) print(listing, *genRegistry.records[i]);
+        print(listing, *record);
     }
 }
 

@@ -48,7 +48,7 @@ static void forward(const Dump& dump) {
     if (genLogTakes(GEN_STANDARD_LOG, bareLevel))
         zatGENLogDump(dump.component, ZAT_GEN_LOG_DUMP, dump.level, dump.data, dump.size, dump.size,
                       0);
-    if (genLogTakes(dump.component, bareLevel))
+    if (dump.component != GEN_STANDARD_LOG && genLogTakes(dump.component, bareLevel))
         zatGENLogDump(dump.component, ZAT_GEN_OWN_LOG_DUMP, dump.level, dump.data, dump.size,
                       dump.size, 0);
 }

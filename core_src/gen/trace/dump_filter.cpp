@@ -1,5 +1,5 @@
 /*
- * The filter of the maintenance dumps: a list of component ids, appended to under the task lock and
+ * The filter of the maintenance dumps: a list of component ids, changed under the task lock and
  * read without. A node whose id is 0 is free; component 0 itself is named by none.
  */
 
@@ -38,36 +38,46 @@ bool genDumpPasses(uint32_t component) {
     return isOn == 0 || isNamed(component);
 }
 
-/* A node of a component that nobody named meanwhile; false when it is not needed. */
-static bool link(FilterNode* node) {
-    const GenTaskLock lock;
-    if (!lock.isHeld() || isNamed(node->component)) return false;
+/* Under the task lock: names a component by a free node, or by a new one if there is one. */
+static bool name(uint32_t component, FilterNode* fresh) {
+    if (isNamed(component)) return true;
+    if (FilterNode* reused = find(freeNode)) {
+        reused->component = component;
+        return true;
+    }
+    if (fresh == nullptr) return false;
+    *fresh = {nullptr, component};
     FilterNode** last = &nodes;
     while (*last != nullptr)
         last = &(*last)->next;
-    __atomic_store_n(last, node, __ATOMIC_RELEASE);
+    __atomic_store_n(last, fresh, __ATOMIC_RELEASE);
     return true;
 }
 
 ZatStatus zatGENTrcMcDumpMaskSet(uint32_t component) {
     /* There is no other way to name it than a node that counts as free. */
-    if (component == freeNode || isNamed(component)) return ZAT_OK;
-    if (FilterNode* reused = find(freeNode)) {
-        uint32_t expected = freeNode;
-        if (__atomic_compare_exchange_n(&reused->component, &expected, component, false,
-                                        __ATOMIC_RELAXED, __ATOMIC_RELAXED))
-            return ZAT_OK;
+    if (component == freeNode) return ZAT_OK;
+    {
+        const GenTaskLock lock;
+        if (!lock.isHeld() || name(component, nullptr)) return ZAT_OK;
     }
     void* memory = nullptr;
     const ZatStatus status = zatOSWOrgAllocMemPart(0, &memory, sizeof(FilterNode));
     if (status != ZAT_OK) return status;
-    auto* node = static_cast<FilterNode*>(memory);
-    *node = {nullptr, component};
-    if (!link(node)) zatOSWOrgFreeMemPart(0, node);
+    auto* fresh = static_cast<FilterNode*>(memory);
+    *fresh = {};
+    bool isLinked = false;
+    {
+        const GenTaskLock lock;
+        isLinked = lock.isHeld() && name(component, fresh) && fresh->component == component;
+    }
+    /* Another task may have named it meanwhile. */
+    if (!isLinked) zatOSWOrgFreeMemPart(0, memory);
     return ZAT_OK;
 }
 
 ZatStatus zatGENTrcMcDumpMaskClr(uint32_t component) {
+    const GenTaskLock lock;
     if (FilterNode* node = find(component)) node->component = freeNode;
     return ZAT_OK;
 }

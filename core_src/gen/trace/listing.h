@@ -44,16 +44,20 @@ ZATOSW_STATIC_ASSERT(offsetof(ZatGenLogFileHead, time) == 12 && sizeof(ZatGenLog
                      "other machines read it");
 
 /**
- * Saves the records of a region in a file, which `zatlog` prints.
+ * Saves the records of a region, as they are at one moment, in a file, which `zatlog` prints. The
+ * file is opened, and emptied, first.
  *
  * @param logId  region id
  * @param path   file to write, or to write anew
  *
  * @return 0   saved
- * @return -1  no such region, or it could not be locked, or the file could not be written: errno
- *             says why, ENOENT for the region, and what was written of it stays
+ * @return -1  no such region, or it could not be locked (errno ENOENT), no memory for its records
+ *             (ENOMEM), or the file could not be written, of which errno says why; what was written
+ *             of it stays
  *
- * Nothing is written into the region meanwhile. May be called from any task.
+ * Waits while another task or process holds the region's lock, and for the file, without that lock.
+ * What a region without a lock holds must not be changed meanwhile. May be called from any task, which
+ * is not deleted before the call returns.
  */
 ZATOSW_API int32_t zatGENTrcCreateLogFile(int32_t logId, const char* path);
 

@@ -4,12 +4,14 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
 #include <bit>
 #include <memory>
 
 #include "gen/rgnlog/region_log.h"
 #include "gen/trace/listing.h"
 #include "osw/lock_private.h"
+#include "osw/mem_part.h"
 
 struct CloseFile {
     void operator()(FILE* file) const { fclose(file); }
@@ -53,16 +55,47 @@ static bool writeHead(FILE* file, int32_t id) {
     return write(file, &head, sizeof head);
 }
 
-static bool writeRecords(FILE* file, int32_t id) {
+struct FreeBlock {
+    void operator()(uint8_t* block) const { zatOSWOrgFree(block); }
+};
+
+/* The records of a region, as they were at one moment. */
+struct Records {
+    std::unique_ptr<uint8_t, FreeBlock> bytes;
+    uint32_t length;
+};
+
+/* Reads into room for as much as the ring holds. */
+static bool readAll(int32_t id, uint32_t room, Records& records) {
     static constexpr uint32_t pieceSize = 256;
-    uint8_t piece[pieceSize];
     uint32_t position = ZAT_GEN_OLDEST;
-    for (;;) {
-        uint32_t length = 0;
-        if (zatGENReadRgnLog(id, piece, sizeof piece, &length, &position) != 0) return false;
-        if (length == ZAT_GEN_LOG_END) return true;
-        if (!write(file, piece, length)) return false;
+    for (uint32_t length = 0; records.length < room; records.length += length) {
+        const uint32_t piece = std::min(pieceSize, room - records.length);
+        if (zatGENReadRgnLog(id, records.bytes.get() + records.length, piece, &length, &position) !=
+            0)
+            return false;
+        if (length == ZAT_GEN_LOG_END) break;
     }
+    return true;
+}
+
+/* Under the region's lock, which is given back before anything is written: a file may be slow. */
+static bool readRecords(int32_t id, Records& records) {
+    RgnLogHeader ring = {};
+    if (zatGENGetRgnHeader(id, &ring) != ZAT_OK) {
+        errno = ENOENT;
+        return false;
+    }
+    records.length = 0;
+    records.bytes.reset(static_cast<uint8_t*>(zatOSWOrgMalloc(ring.size)));
+    if (records.bytes == nullptr) {
+        errno = ENOMEM;
+        return false;
+    }
+    const LockedLog log(id);
+    if (log.isHeld() && readAll(id, ring.size, records)) return true;
+    errno = ENOENT;
+    return false;
 }
 
 int32_t zatGENTrcCreateLogFile(int32_t logId, const char* path) {
@@ -74,11 +107,9 @@ int32_t zatGENTrcCreateLogFile(int32_t logId, const char* path) {
     const OswUncancellable uncancellable;
     LogFile file(fopen(path, "wb+"));
     if (file == nullptr || !writeHead(file.get(), logId)) return -1;
-    {
-        const LockedLog log(logId);
-        if (!log.isHeld()) errno = ENOENT;
-        if (!log.isHeld() || !writeRecords(file.get(), logId)) return -1;
-    }
+    Records records;
+    if (!readRecords(logId, records) || !write(file.get(), records.bytes.get(), records.length))
+        return -1;
     /* What was buffered may fail only now. */
     return fclose(file.release()) == 0 ? 0 : -1;
 }

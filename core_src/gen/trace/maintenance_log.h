@@ -6,7 +6,7 @@
  * File names are kept by their last 32 characters. A call hands its arguments also to the user
  * functions of its kind, in the order in which they were added, whether there is the region log or
  * not. The calls run in the caller's task and wait only while another task or process writes into
- * the region log.
+ * the region log or holds it by zatGENLockRgnLog().
  */
 #ifndef ZATOSW_GEN_TRACE_MAINTENANCE_LOG_H
 #define ZATOSW_GEN_TRACE_MAINTENANCE_LOG_H
@@ -30,7 +30,8 @@ typedef ZatStatus (*ZatGenMcLogFunc)(uint32_t component, const char* file, int32
 typedef ZatStatus (*ZatGenMcLogErrorFunc)(uint32_t component, const char* file, int32_t line,
                                           uint32_t value1, uint32_t value2);
 
-/** Receives a dump: sizeBytes is what is dumped. */
+/** Receives a dump as the caller gave it: data may be null, and sizeBytes, the smaller of the two that
+ *  the caller gave, below 0; nothing is dumped then. */
 typedef ZatStatus (*ZatGenMcDumpFunc)(uint32_t component, const char* file, int32_t line,
                                       const void* data, int32_t sizeBytes, int32_t maxSizeBytes);
 
@@ -51,7 +52,8 @@ ZATOSW_API ZatStatus zatGENTrcMcLog(uint32_t component, const char* file, int32_
 /**
  * Records an error or a warning; otherwise as zatGENTrcMcLog().
  *
- * @param kind    ZAT_GEN_MC_ERROR; anything else is a warning. User functions do not learn it.
+ * @param kind    ZAT_GEN_MC_ERROR or ZAT_GEN_MC_WARNING. Anything else counts as a warning, too, but
+ *                is recorded as it is and shown as what it looks like. User functions do not learn it.
  * @param value1  first of two words about the error
  */
 ZATOSW_API ZatStatus zatGENTrcMcLogError(uint32_t component, uint32_t kind, const char* file,
@@ -60,7 +62,8 @@ ZATOSW_API ZatStatus zatGENTrcMcLogError(uint32_t component, uint32_t kind, cons
 /**
  * Records memory; otherwise as zatGENTrcMcLog().
  *
- * @param data          what to record; null counts as nothing
+ * @param data          what to record; null counts as nothing. It must be readable: it is copied
+ *                      under the region's lock.
  * @param sizeBytes     its size
  * @param maxSizeBytes  how much of it at most
  *

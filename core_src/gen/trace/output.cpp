@@ -94,6 +94,20 @@ GEN_INLINE uint32_t gates(const Channel& channel, uint32_t component, uint32_t b
     return gate(system, channel, bit) & gate(own, channel, bit);
 }
 
+/* The region that is a component's own may be that of another sink, which is written once. */
+static uint32_t sinkOfLog(uint32_t log) {
+    switch (log) {
+    case GEN_STANDARD_LOG:
+        return GEN_TO_STANDARD_LOG;
+    case GEN_ERROR_LOG:
+        return GEN_TO_ERROR_LOG;
+    case GEN_PERFORMANCE_LOG:
+        return GEN_TO_PERFORMANCE_LOG;
+    default:
+        return 0;
+    }
+}
+
 /* Of the logs that a message is offered to, those whose own masks take it. */
 __attribute__((noinline)) static uint32_t takenBy(uint32_t sinks, uint32_t component,
                                                   uint32_t bareLevel) {
@@ -103,7 +117,7 @@ __attribute__((noinline)) static uint32_t takenBy(uint32_t sinks, uint32_t compo
         sinks &= ~(GEN_TO_OWN_LOG | GEN_TO_DIRECT_LOG);
     if ((sinks & GEN_TO_PERFORMANCE_LOG) != 0 && !genLogTakes(GEN_PERFORMANCE_LOG, bareLevel))
         sinks &= ~GEN_TO_PERFORMANCE_LOG;
-    return sinks;
+    return (sinks & sinkOfLog(component)) != 0 ? sinks & ~GEN_TO_OWN_LOG : sinks;
 }
 
 GEN_INLINE bool isForwarded(uint32_t bareLevel) {

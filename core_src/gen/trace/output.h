@@ -25,8 +25,9 @@
  *
  * The line on standard error is "OSW:text", with decorations between name and colon that the format
  * of the channel asks for; the one in a region log has those of the log format. The calls run in
- * the caller's task, take no lock and allocate nothing, and leave errno alone. They may be made
- * from any task, also before the library is up, which they do not change.
+ * the caller's task, allocate nothing, and leave errno alone. They take no lock but those of the
+ * region logs that they write into, and wait for these. They may be made from any task, also before
+ * the library is up, which they do not change.
  */
 #ifndef ZATOSW_GEN_TRACE_OUTPUT_H
 #define ZATOSW_GEN_TRACE_OUTPUT_H

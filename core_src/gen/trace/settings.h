@@ -18,7 +18,8 @@ ZATOSW_BEGIN_DECLS
  * - GEN_STDLOG_ENV, GEN_ERRLOG_ENV, GEN_PERFLOG_ENV, GEN_MCLOG_ENV and GEN_MCDUMP_ENV: region logs
  * 0 (standard), 1 (error), 2 (performance), 3 (maintenance log) and 4 (maintenance dump), each as
  *   "lines,width,name". All three are needed. Logs 0 to 2 get at least 400 lines of 120 characters.
- *   A value is cut to 127 characters, a name to 15.
+ *   A value is cut to 127 characters, a name to 15. Logs 3 and 4 take binary records: give a width
+ *   below 0 ("20000,-1,MC"), lines is then the number of bytes of the ring.
  * - GEN_LOG_ENV: when it is set, messages are forwarded into region logs; see
  *   zatGENForwardTrcMsgToRgnLog().
  * - GEN_USRLOG_ENV: see zatGENAddTraceId().
@@ -40,7 +41,7 @@ ZATOSW_API ZatStatus zatGENTrcInit(void);
  *
  * @return ZAT_OK  always
  *
- * No other task may trace, register or add meanwhile.
+ * No other task may register or add meanwhile, and no hook or user function may call this.
  */
 ZATOSW_API ZatStatus zatGENTrcTerm(void);
 

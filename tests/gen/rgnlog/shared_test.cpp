@@ -3,6 +3,8 @@
 #include "gen/rgnlog/records.h"
 #include "osw/ipc/peer.h"
 
+#include <atomic>
+
 static ZatStatus make(uint32_t area, const char* name) {
     return zatGENCreateRgnLog(1, name, 0xFFFF, int32_t(area), 0, 0, 1, 0);
 }
@@ -11,6 +13,9 @@ static uint32_t start(uint32_t area, uint32_t) {
 }
 static uint32_t lock(uint32_t, uint32_t) {
     return zatGENLockRgnLog(1);
+}
+static uint32_t runs(uint32_t, uint32_t) {
+    return zatGENGetRgnLogInfo(1)->header->run;
 }
 static uint32_t end(uint32_t, uint32_t) {
     return zatGENDeleteRgnLog(1);
@@ -67,6 +72,41 @@ TEST(SharedRegion, IsWhatItsFirstCreatorMade) {
     EXPECT_EQ(end(0, 0) + zatOSWIpcDeleteMemPart(memory) + peer(start, 64), 0u) << "a new one";
     peer.leave();
     EXPECT_TRUE(zatOSWTerm() == ZAT_OK && systemVObjects() == toStay);
+}
+
+TEST(SharedRegion, GoesWithTheLibraryAndRunsOnForOthers) {
+    Peer peer;
+    ASSERT_EQ(start(1000, 0) + peer(start, 1000) + peer(write, 3), 0u);
+    std::atomic<bool> ends{false};
+    Worker writer([&] {
+        while (!ends)
+            write(100, 0);
+        return ZatStatus{ZAT_OK};
+    });
+    EXPECT_TRUE(waitFor([] { return recordsOf(1).size() > 3; }));
+    EXPECT_EQ(zatOSWTerm(), ZAT_OK);
+    EXPECT_EQ(zatGENGetRgnLogInfo(1)->id, -1);
+    ends = true;
+    EXPECT_EQ(writer.join(), ZAT_OK);
+    EXPECT_EQ(peer(runs), 1u);
+    EXPECT_EQ(peer(end), ZAT_OK);
+}
+
+TEST(SharedRegion, IsNotMadeOfSomebodyElsesBlocks) {
+    ZatIpcHandle memory = 0;
+    ASSERT_EQ(zatOSWIpcCreateMemPart(&memory, "shared", 1128), ZAT_OK);
+    for (const uint32_t size : {20u, 1000u}) {
+        void* blocks[2];
+        for (int32_t i = 0; i < 2; ++i) {
+            const uint32_t wanted = i == 0 ? size : 1020 - size;
+            ASSERT_EQ(zatOSWIpcAllocMemPart(memory, &blocks[i], wanted - 8), ZAT_OK);
+            ASSERT_EQ(zatOSWIpcRegisterBlockIdMemPart(memory, blocks[i], i), ZAT_OK);
+        }
+        EXPECT_EQ(make(1000, "shared"), ZatStatus{ZAT_IPC_BAD_PARAMETERS}) << size;
+        for (void* block : blocks)
+            zatOSWIpcFreeMemPart(memory, block);
+    }
+    EXPECT_EQ(make(1000, "shared"), ZAT_OK);
 }
 
 TEST(SharedRegion, IsWrittenBySomeAndReadByAnother) {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "gen/rgnlog/region_log.h"
 #include "osw/worker.h"
 
 namespace {
@@ -94,6 +95,17 @@ TEST(TraceTerm, LeavesATraceThatCanBeUsedAgain) {
         ASSERT_EQ(zatGENAddTraceId(mine, 1), ZAT_OK);
         EXPECT_EQ(zatGENGetTrcMask(0x4711), mine);
     }
+}
+
+TEST(TraceTerm, BeforeAnythingElseTakesNothingDown) {
+    setenv("GEN_STDLOG_ENV", "400,120,STD", 1);
+    EXPECT_EQ(zatGENTrcTerm(), ZAT_OK);
+    EXPECT_EQ(zatOSWInit(), ZAT_OK);
+    int32_t components = 0;
+    zatGENGetTrcCompNum(&components);
+    EXPECT_EQ(components, 9);
+    EXPECT_EQ(zatGENGetRgnLogInfo(0)->id, 0);
+    EXPECT_EQ(zatGENStopRgnLog(0), ZAT_OK) << "its lock and its ring are there";
 }
 
 }  // namespace
