@@ -34,9 +34,10 @@ struct OswTaskStart {
     int32_t detachWord;
     OswTaskArguments arguments;
     OswTaskRecord* record;
+    OswTaskAbandoned abandoned;
 };
 
-static_assert(sizeof(OswTaskStart) == 13 * 4 && offsetof(OswTaskStart, arguments) == 8);
+static_assert(sizeof(OswTaskStart) == 14 * 4 && offsetof(OswTaskStart, arguments) == 8);
 
 static constexpr int32_t detachesItself = -1;
 
@@ -69,6 +70,7 @@ static void* oswTaskEntry(void* block) {
     const OswTaskStart start = *static_cast<OswTaskStart*>(block);
     const bool begun = beginTask(start);
     zatOSWOrgFreeMemPart(0, block);
+    if (!begun && start.abandoned != nullptr) start.abandoned(start.arguments);
     if (!begun) return nullptr;
     const uint32_t* a = start.arguments.word;
     const uint32_t value = start.entry(a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
@@ -149,7 +151,7 @@ ZatStatus oswCreateTask(ZatTaskId* task, const OswTaskPlan& plan) {
     maker.record = oswNewTaskRecord();
     /* Success without a task: the result of the allocation, which callers know. */
     if (maker.record == nullptr) return ZAT_OK;
-    *maker.start = {plan.entry, plan.detachWord, plan.arguments, maker.record};
+    *maker.start = {plan.entry, plan.detachWord, plan.arguments, maker.record, plan.abandoned};
     pthread_attr_setdetachstate(&maker.attributes, plan.detachState);
     setScheduling(maker.attributes, plan.scheduling);
     fillRecord(*maker.record, plan, setStackSize(maker.attributes, plan.stackRequested));
@@ -188,9 +190,9 @@ static OswTaskName chooseName(const char* name, void* const* frames) {
     return oswTaskName(name);
 }
 
-static ZatStatus createNamed(ZatTaskId* task, const OswTaskName& name, int32_t priority,
-                             uint32_t stackSize, ZatTaskEntry entry, int32_t joinMode,
-                             const OswTaskArguments& arguments) {
+ZatStatus oswCreateJoinTask(ZatTaskId* task, const OswTaskName& name, int32_t priority,
+                            uint32_t stackSize, ZatTaskEntry entry, int32_t joinMode,
+                            const OswTaskArguments& arguments, OswTaskAbandoned abandoned) {
     if (entry == nullptr) return ZAT_FAILED;
     OswTaskPlan plan = {};
     plan.entry = entry;
@@ -199,6 +201,7 @@ static ZatStatus createNamed(ZatTaskId* task, const OswTaskName& name, int32_t p
     plan.stackRequested = clampStack(stackSize);
     plan.stackCap = 0xFFFFFFFF;
     plan.joinMode = plan.detachWord = joinMode;
+    plan.abandoned = abandoned;
     plan.detachState = joinMode == 0 ? PTHREAD_CREATE_DETACHED : PTHREAD_CREATE_JOINABLE;
     if (priority != ZAT_INHERIT_PRIORITY)
         plan.scheduling = oswSchedulingFor(oswDefaultPolicy(), priority);
@@ -215,8 +218,8 @@ __attribute__((noinline)) ZatStatus zatOSWCreateJoinTask(
     void* frames[3] = {};
     if (name == nullptr || strcmp(name, "Thread") == 0) backtrace(frames, 3);
     if (const ZatStatus status = zatOSWInit(); status != ZAT_OK) return status;
-    return createNamed(task, chooseName(name, frames), priority, stackSizeBytes, entry, joinMode,
-                       {{a1, a2, a3, a4, a5, a6, a7, a8, a9, a10}});
+    return oswCreateJoinTask(task, chooseName(name, frames), priority, stackSizeBytes, entry,
+                             joinMode, {{a1, a2, a3, a4, a5, a6, a7, a8, a9, a10}}, nullptr);
 }
 
 ZatStatus zatOSWCreateTaskVxv(ZatTaskId* task, const char* name, uint32_t priority,

@@ -28,6 +28,11 @@ struct PoolLimits {
 
 static PoolLimits defaults = {0, 0, ZAT_POOL_UNLIMITED, 10, 5};
 
+static PoolLimits currentDefaults() {
+    const OswLock lock(oswPoolLock);
+    return defaults;
+}
+
 static PoolLimits settled(PoolLimits limits) {
     if (limits.min > limits.max && limits.max != ZAT_POOL_UNLIMITED) {
         limits.max = limits.min;
@@ -124,7 +129,8 @@ ZatStatus zatOSWCreateTaskPool(ZatTaskPool* pool, const char* name, int32_t prio
     if (const ZatStatus status = zatOSWInit(); status != ZAT_OK) return status;
     const OswKeepErrno keepErrno;
     const PoolLimits limits =
-        settled(initial == ZAT_POOL_DEFAULTS ? defaults : PoolLimits{initial, min, max, rng, step});
+        settled(initial == ZAT_POOL_DEFAULTS ? currentDefaults()
+                                             : PoolLimits{initial, min, max, rng, step});
     if (pool == nullptr || limits.max < ZAT_POOL_UNLIMITED) return ZAT_FAILED;
     const OswUncancellable uncancellable;
     PoolMaker maker;
@@ -167,8 +173,9 @@ ZatStatus zatOSWChangeTaskPool(int32_t number, uint32_t applied, int32_t min, in
     const OswKeepErrno keepErrno;
     const PoolLimits limits = settled({0, min, max, rng, step});
     const OswLock lock(oswPoolLock);
-    auto* pool =
-        number < 0 ? nullptr : static_cast<OswTaskPool*>(zatCLBLstNth(&oswPools, number + 1));
+    auto* pool = number < 0 || number >= oswPools.count
+                     ? nullptr
+                     : static_cast<OswTaskPool*>(zatCLBLstNth(&oswPools, number + 1));
     if (pool == nullptr || (applied != 0 && limits.max < ZAT_POOL_UNLIMITED)) return ZAT_FAILED;
     pool->peak = 0;
     if (applied == 0) return ZAT_OK;

@@ -49,8 +49,9 @@ ZATOSW_API ZatStatus zatOSWCreateTaskPool(ZatTaskPool* pool, const char* name, i
                                           int32_t max, int32_t rng, int32_t step);
 
 /**
- * Deletes a task pool. Jobs that run are finished first, each by its worker, which then ends;
- * callers that wait for a worker return ZAT_FAILED.
+ * Deletes a task pool. Jobs that run are finished first, each by its worker, which then ends; jobs
+ * that have a worker but were not begun are dropped; callers that wait for a worker return
+ * ZAT_FAILED.
  *
  * @return ZAT_OK      deleted
  * @return ZAT_FAILED  there is no such pool

@@ -77,7 +77,7 @@ static ZatStatus queueForWorker(OswTaskPool& pool, OswLock& lock, OswPoolWorker*
     Queuer queuer(pool, lock);
     if (const ZatStatus status = queuer.takeTurn(); status != ZAT_OK) return status;
     zatOSWResetEventSem(pool.idleEvent);
-    if (firstIdle(pool) == nullptr && pool.cur >= pool.max && pool.max > 0) {
+    while (firstIdle(pool) == nullptr && pool.cur >= pool.max && pool.max > 0) {
         if (const ZatStatus status = queuer.waitForWorker(); status != ZAT_OK) return status;
     }
     worker = firstIdle(pool);

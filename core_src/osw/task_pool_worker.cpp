@@ -18,7 +18,7 @@ void oswMoveWorker(OswPoolWorker& worker, ClbLstHead* list) {
 
 ZatStatus oswEndWorker(OswPoolWorker& worker) {
     oswMoveWorker(worker, nullptr);
-    worker.st = 1;
+    __atomic_store_n(&worker.st, 1, __ATOMIC_RELEASE);
     return zatOSWPostEventSem(worker.event);
 }
 
@@ -86,6 +86,8 @@ static bool isSurplus(const OswTaskPool& pool) {
 
 /* Whether the worker goes on. */
 static bool finishJob(OswTaskPool& pool, OswPoolWorker& worker) {
+    /* One that was deleted during the job gets no other. */
+    pthread_testcancel();
     OswLock lock;
     if (lock.take(oswPoolLock) != ZAT_OK || worker.st == 1) return false;
     const bool stays = !isSurplus(pool);
@@ -120,6 +122,13 @@ static uint32_t workerTask(uint32_t poolWord, uint32_t workerWord, uint32_t, uin
     return 0;
 }
 
+/* For one whose task was deleted before it began. */
+static void abandonWorker(const OswTaskArguments& arguments) {
+    WorkerEnd end(*oswRecord<OswTaskPool>(arguments.word[0]),
+                  *oswRecord<OswPoolWorker>(arguments.word[1]));
+    end.finish();
+}
+
 /* A worker that is being made; undone at the end of the scope unless its task runs. */
 struct WorkerMaker {
     OswPoolWorker* worker = nullptr;
@@ -144,9 +153,9 @@ ZatStatus oswMakeWorker(OswTaskPool& pool, OswPoolWorker*& worker) {
     if (status != ZAT_OK) return status;
     char name[ZAT_TASK_NAME_BUFFER_SIZE] = "";
     memcpy(name, pool.name, sizeof pool.name);
-    status = zatOSWCreateJoinTask(&maker.worker->threadId, name, pool.priority, pool.stackSize,
-                                  workerTask, -1, oswWord(&pool), oswWord(maker.worker), 0, 0, 0, 0,
-                                  0, 0, 0, 0);
+    status =
+        oswCreateJoinTask(&maker.worker->threadId, oswTaskName(name), pool.priority, pool.stackSize,
+                          workerTask, -1, {{oswWord(&pool), oswWord(maker.worker)}}, abandonWorker);
     if (status != ZAT_OK) return status;
     if (maker.worker->threadId == 0) return ZAT_FAILED;
     worker = maker.worker;

@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "gen/rgnlog/region_private.h"
+#include "osw/ipc/create_private.h"
 #include "osw/ipc/mem_part.h"
 #include "osw/ipc/mutex_sem.h"
 #include "osw/mem_part.h"
@@ -115,7 +116,8 @@ void genEndRing(GenRegion& region) {
     RgnLogInfo& info = region.info;
     if (info.shm != 0) {
         if (info.partition != 0) zatOSWIpcDeleteMemPart(info.partition);
-        if (info.lock != 0) zatOSWIpcDeleteMutexSem(info.lock);
+        /* Another region of the name may have it, too, and the caller hold it for that. */
+        if (info.lock != 0) oswIpcTakeBack(info.lock, IPC_MUTEX);
         return;
     }
     if (info.lock != 0) zatOSWDeleteMutexSem(info.lock);
