@@ -112,9 +112,10 @@ int32_t zatOSWOS2Select(int32_t* sockets, int32_t reads, int32_t writes, int32_t
         errno = EINVAL;
         return -1;
     }
-    SocketList read = {sockets, reads, {}};
-    SocketList write = {sockets + reads, writes, {}};
-    SocketList except = {sockets + reads + writes, exceptions, {}};
+    int32_t* const all = sockets;
+    SocketList read = {all, reads, {}};
+    SocketList write = {all + reads, writes, {}};
+    SocketList except = {all + reads + writes, exceptions, {}};
     int highest = -1;
     if (!fill(read, highest) || !fill(write, highest) || !fill(except, highest)) {
         errno = EBADF;

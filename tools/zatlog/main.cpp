@@ -74,8 +74,7 @@ static bool showFile(const char* path, const Options& options) {
     for (const LogFault& fault : log.faults)
         complain(name, fault);
     if (log.faultCount > log.faults.size())
-        fprintf(stderr, "zatlog: %s: %zu faults more\n", name,
-                log.faultCount - log.faults.size());
+        fprintf(stderr, "zatlog: %s: %zu faults more\n", name, log.faultCount - log.faults.size());
     if (error != 0) {
         fprintf(stderr, "zatlog: %s: %s\n", name,
                 error == EFBIG ? "larger than 256 MiB" : strerror(error));

@@ -69,7 +69,7 @@ bool genLastRegionId(int32_t& id) {
 /* Under the lock: a table with other room; the old one stays when there is no memory. */
 static ZatStatus resize(uint32_t room) {
     void* memory = nullptr;
-    const ZatStatus status = zatOSWSysAllocMemPart(0, &memory, room * sizeof(GenRegion*));
+    const ZatStatus status = zatOSWSysAllocMemPart(0, &memory, room * uint32_t{sizeof(void*)});
     if (status != ZAT_OK) return status;
     auto** slots = static_cast<GenRegion**>(memory);
     std::copy_n(genRegions.slots, genRegions.count.load(), slots);

@@ -59,7 +59,8 @@ TEST_F(Print, ShowsTextsAsTheyWereWritten) {
             const ZatClock time = {random() >> 1, random() % 1000000000};
             write(text, time);
             const std::string first = text.substr(0, size - payload);
-            std::string line = timeText(time) + first.c_str() + text.substr(first.size()).c_str();
+            std::string line = timeText(time);
+            line.append(first, 0, first.find('\0')).append(text.c_str() + first.size());
             if (text.back() != '\n' || line.back() != '\n') line += '\n';
             lines.push_back(line.size() > 1279 ? line.substr(0, 1278) + '\n' : line);
             sizes.push_back((text.size() + 27) / 8 * 8);
@@ -110,7 +111,8 @@ TEST_F(Print, DecodesBinaryRecordsAndDumpsWhatCannotBe) {
                 characters += record[at] >= 32 && record[at] <= 126 ? record[at] : '.';
             }
             hex.resize(47, ' ');
-            expected.push_back(timeText(time) + hex + " | " + characters + "\n");
+            expected.push_back(
+                timeText(time).append(hex).append(" | ").append(characters).append("\n"));
         }
         Lines lines = print(0);
         lines.resize(expected.size() + 1);
