@@ -56,8 +56,8 @@ ZATOSW_STATIC_ASSERT(offsetof(ZatGenLogFileHead, time) == 12 && sizeof(ZatGenLog
  *             of it stays
  *
  * Waits while another task or process holds the region's lock, and for the file, without that lock.
- * What a region without a lock holds must not be changed meanwhile. May be called from any task, which
- * is not deleted before the call returns.
+ * What a region without a lock holds must not be changed meanwhile. May be called from any task,
+ * which is not deleted before the call returns.
  */
 ZATOSW_API int32_t zatGENTrcCreateLogFile(int32_t logId, const char* path);
 

@@ -30,8 +30,8 @@ typedef ZatStatus (*ZatGenMcLogFunc)(uint32_t component, const char* file, int32
 typedef ZatStatus (*ZatGenMcLogErrorFunc)(uint32_t component, const char* file, int32_t line,
                                           uint32_t value1, uint32_t value2);
 
-/** Receives a dump as the caller gave it: data may be null, and sizeBytes, the smaller of the two that
- *  the caller gave, below 0; nothing is dumped then. */
+/** Receives a dump as the caller gave it: data may be null, and sizeBytes, the smaller of the two
+ * that the caller gave, below 0; nothing is dumped then. */
 typedef ZatStatus (*ZatGenMcDumpFunc)(uint32_t component, const char* file, int32_t line,
                                       const void* data, int32_t sizeBytes, int32_t maxSizeBytes);
 
@@ -52,8 +52,8 @@ ZATOSW_API ZatStatus zatGENTrcMcLog(uint32_t component, const char* file, int32_
 /**
  * Records an error or a warning; otherwise as zatGENTrcMcLog().
  *
- * @param kind    ZAT_GEN_MC_ERROR or ZAT_GEN_MC_WARNING. Anything else counts as a warning, too, but
- *                is recorded as it is and shown as what it looks like. User functions do not learn it.
+ * @param kind    ZAT_GEN_MC_ERROR or ZAT_GEN_MC_WARNING. Anything else counts as a warning, too,
+ * but is recorded as it is and shown as what it looks like. User functions do not learn it.
  * @param value1  first of two words about the error
  */
 ZATOSW_API ZatStatus zatGENTrcMcLogError(uint32_t component, uint32_t kind, const char* file,
