@@ -86,8 +86,10 @@ TEST(MemInfo, HoldsAndPrintsTheFiguresOfEachTask) {
     EXPECT_EQ(zatOSWWaitTask(task, 1), ZAT_OK);
     EXPECT_EQ(zatOSWCreateMemInfo(nullptr), ZAT_OK);
     uint32_t low = 0, high = 0, size = 0, here = 0;
-    EXPECT_EQ(zatOSWGetMemBlockMap(&here, &here, &low, &high, &size), ZAT_OK);
-    EXPECT_TRUE(here == wordOf(&here) && low < here && here < high && size == high - low + 4095);
+    /* A checker may keep variables elsewhere. */
+    const void* frame = __builtin_frame_address(0);
+    EXPECT_EQ(zatOSWGetMemBlockMap(frame, &here, &low, &high, &size), ZAT_OK);
+    EXPECT_TRUE(here == wordOf(frame) && low < here && here < high && size == high - low + 4095);
 }
 
 TEST(PartitionReport, ShowsBlocksFiguresAndFaults) {

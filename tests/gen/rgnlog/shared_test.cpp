@@ -83,7 +83,7 @@ TEST(SharedRegion, GoesWithTheLibraryAndRunsOnForOthers) {
             write(100, 0);
         return ZatStatus{ZAT_OK};
     });
-    EXPECT_TRUE(waitFor([] { return recordsOf(1).size() > 3; }));
+    EXPECT_TRUE(waitFor([] { return look() > 3; }));
     EXPECT_EQ(zatOSWTerm(), ZAT_OK);
     EXPECT_EQ(zatGENGetRgnLogInfo(1)->id, -1);
     ends = true;
