@@ -5,14 +5,12 @@
 #include <dlfcn.h>
 #include <pthread.h>
 #include <stddef.h>
-#include <stdlib.h>
 #include <string.h>
-
-#include <memory>
 
 #include "clb/list_walk_private.h"
 #include "gen/trace/output.h"
 #include "osw/errno_private.h"
+#include "osw/freed_private.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
 
@@ -135,13 +133,9 @@ ZatStatus zatOSWUnloadLibrary(const char* path) {
     return unload([path](const OswLoadLib& library) { return strcmp(library.name, path) == 0; });
 }
 
-struct FreeText {
-    void operator()(char* text) const { free(text); }
-};
-
 struct LibraryRow {
     ZatLibrary handle;
-    std::unique_ptr<char, FreeText> name;
+    OswFreed<char> name;
 };
 
 /* The library at a place, from 1 on. */

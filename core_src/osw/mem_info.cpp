@@ -10,6 +10,7 @@
 #include "clb/list_walk_private.h"
 #include "gen/trace/output.h"
 #include "osw/errno_private.h"
+#include "osw/freed_private.h"
 #include "osw/handle_private.h"
 #include "osw/lock_private.h"
 #include "osw/mem_header_private.h"
@@ -84,15 +85,6 @@ void zatOSWDeleteMemInfo(OswMemInfo* info) {
     free(info);
 }
 
-struct MemInfoHolder {
-    OswMemInfo* info = nullptr;
-
-    MemInfoHolder() = default;
-    MemInfoHolder(const MemInfoHolder&) = delete;
-    MemInfoHolder& operator=(const MemInfoHolder&) = delete;
-    ~MemInfoHolder() { zatOSWDeleteMemInfo(info); }
-};
-
 struct MemOutput {
     uint32_t component;
     uint32_t type;
@@ -141,9 +133,10 @@ static void printTask(const MemOutput& to, const zatOSWTaskInfo& task) {
 void zatOSWShowMemInfo(uint32_t component, uint32_t type, uint32_t level) {
     const OswKeepErrno keepErrno;
     const MemOutput to = {component, type, level};
-    MemInfoHolder holder;
-    if (zatOSWCreateMemInfo(&holder.info) != ZAT_OK) return;
-    printTotals(to, *holder.info);
+    OswMemInfo* made = nullptr;
+    if (zatOSWCreateMemInfo(&made) != ZAT_OK) return;
+    const OswFreed<OswMemInfo> info(made);
+    printTotals(to, *info);
     PRINT(to,
           " proc-id   task-id   block-id      task-name    prty mem-size mem-peak  stk-addr  "
           "stk-size "
@@ -152,8 +145,8 @@ void zatOSWShowMemInfo(uint32_t component, uint32_t type, uint32_t level) {
           "-------- ---------- ---------- ---------------- ---- -------- -------- ---------- "
           "-------- "
           "-------- ----\n");
-    for (uint32_t i = 0; i < holder.info->taskEntries; ++i)
-        printTask(to, tasksOf(holder.info)[i]);
+    for (uint32_t i = 0; i < info->taskEntries; ++i)
+        printTask(to, tasksOf(info.get())[i]);
 }
 
 void zatOSWSysShowMem(void) {

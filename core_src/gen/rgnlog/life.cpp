@@ -3,11 +3,10 @@
 #include <string.h>
 #include <time.h>
 
-#include <memory>
-
 #include "gen/rgnlog/region_private.h"
 #include "gen/rgnlog/shared_regions_private.h"
 #include "osw/errno_private.h"
+#include "osw/freed_private.h"
 #include "osw/init.h"
 #include "osw/ipc/mem_part.h"
 #include "osw/lock_private.h"
@@ -173,16 +172,12 @@ ZatStatus zatGENTermRgnLog(void) {
     return ZAT_OK;
 }
 
-struct FreeText {
-    void operator()(char* text) const { free(text); }
-};
-
 ZatStatus zatGENReallocRgnLog(const char* name, int32_t areaSizeBytes, int32_t maxEntry,
                               uint32_t lck, uint32_t shm) {
     RegionWish wish = {sizeOf(areaSizeBytes), maxEntry, lck, shm, 0};
     if (name == nullptr || !wish.isPossible()) return ZAT_FAILED;
     /* It may be the region's own, which goes. */
-    const std::unique_ptr<char, FreeText> own(strdup(name));
+    const OswFreed<char> own(strdup(name));
     if (own == nullptr) return ZAT_OSW_PART_EXHAUSTED;
     int32_t id = genNoRegion;
     uint32_t mask = 0;

@@ -5,7 +5,6 @@
 #include <string.h>
 
 #include <algorithm>
-#include <memory>
 
 #include "gen/paging_private.h"
 #include "gen/rgnlog/record_text_private.h"
@@ -13,14 +12,11 @@
 #include "gen/trace/hook.h"
 #include "gen/trace/output.h"
 #include "osw/errno_private.h"
+#include "osw/freed_private.h"
 #include "osw/mem_part.h"
 
 static constexpr uint32_t type = ZAT_GEN_TRACE | ZAT_GEN_MONITOR;
 static constexpr GenChannel generalServices = {0x2000, 15};
-
-struct FreeBlock {
-    void operator()(uint8_t* block) const { zatOSWOrgFree(block); }
-};
 
 /* A region as it was at one moment. */
 struct RegionCopy {
@@ -28,7 +24,7 @@ struct RegionCopy {
     uint32_t fmt;
     RgnLogHeader header;
     uint32_t areaSize;
-    std::unique_ptr<uint8_t, FreeBlock> memory; /* the area, and the name behind it */
+    OswFreed<uint8_t> memory; /* the area, and the name behind it */
 
     GenRing ring() { return {&header, memory.get(), areaSize}; }
     const char* name() const { return reinterpret_cast<const char*>(memory.get() + areaSize); }

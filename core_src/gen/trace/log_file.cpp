@@ -10,6 +10,7 @@
 
 #include "gen/rgnlog/region_log.h"
 #include "gen/trace/listing.h"
+#include "osw/freed_private.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
 
@@ -55,13 +56,9 @@ static bool writeHead(FILE* file, int32_t id) {
     return write(file, &head, sizeof head);
 }
 
-struct FreeBlock {
-    void operator()(uint8_t* block) const { zatOSWOrgFree(block); }
-};
-
 /* The records of a region, as they were at one moment. */
 struct Records {
-    std::unique_ptr<uint8_t, FreeBlock> bytes;
+    OswFreed<uint8_t> bytes;
     uint32_t length;
 };
 
