@@ -149,8 +149,10 @@ ZATOSW_API ZatStatus zatGENStartRgnLog(int32_t id);
 /** Has writes dropped from now on; otherwise as zatGENStartRgnLog(). */
 ZATOSW_API ZatStatus zatGENStopRgnLog(int32_t id);
 
-/** Takes a region's lock, if it has one: until the caller gives it back, nobody else writes. The
- *  same task may take it again, and use the region meanwhile. Statuses as zatGENStartRgnLog(). */
+/** Takes a region's lock, if it has one: until the caller gives it back, nobody else writes, and
+ *  nobody deletes the region but the caller. The same task may take it again, and use the region
+ *  meanwhile. A task that is deleted while it holds the lock leaves it taken, for as long as its
+ *  process lives. Statuses as zatGENStartRgnLog(). */
 ZATOSW_API ZatStatus zatGENLockRgnLog(int32_t id);
 
 /**
