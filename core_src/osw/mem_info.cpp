@@ -134,8 +134,9 @@ void zatOSWShowMemInfo(uint32_t component, uint32_t type, uint32_t level) {
     const OswKeepErrno keepErrno;
     const MemOutput to = {component, type, level};
     OswMemInfo* made = nullptr;
-    if (zatOSWCreateMemInfo(&made) != ZAT_OK) return;
+    const ZatStatus status = zatOSWCreateMemInfo(&made);
     const OswFreed<OswMemInfo> info(made);
+    if (status != ZAT_OK) return;
     printTotals(to, *info);
     PRINT(to,
           " proc-id   task-id   block-id      task-name    prty mem-size mem-peak  stk-addr  "
