@@ -22,6 +22,7 @@ class RegionMaker {
     RegionMaker& operator=(const RegionMaker&) = delete;
     ~RegionMaker() {
         if (region == nullptr) return;
+        const OswUncancellable uncancellable;
         genEndRing(*region);
         genRetireRegion(*region);
     }
@@ -45,8 +46,6 @@ static ZatStatus make(int32_t id, const char* name, uint32_t mask, const RegionW
     if (const ZatStatus status = zatOSWInit(); status != ZAT_OK) return status;
     const OswKeepErrno keepErrno;
     if (id == genNoRegion || name == nullptr || !wish.isPossible()) return ZAT_FAILED;
-    /* What is under way in other processes' sight is completed. */
-    const OswUncancellable uncancellable;
     if (genAtRegion(id, [](const GenRegion&) {}) == ZAT_OK) return ZAT_GEN_LOG_EXISTS;
     RegionMaker maker;
     ZatStatus status = genNewRegion(name, maker.region);

@@ -6,6 +6,7 @@
 #include "osw/ipc/create_private.h"
 #include "osw/ipc/mem_part.h"
 #include "osw/ipc/mutex_sem.h"
+#include "osw/lock_private.h"
 #include "osw/mem_part.h"
 #include "osw/mutex_sem.h"
 
@@ -106,6 +107,8 @@ ZatStatus genMakeSharedRing(GenRegion& region, int32_t maxEntry) {
     if (status != ZAT_OK) return status;
     status = genLockRegion(region);
     if (status != ZAT_OK) return status;
+    /* Whoever waits for the lock may be deleted; what others see under way is completed. */
+    const OswUncancellable uncancellable;
     status = zatOSWIpcCreateMemPart(&info.partition, info.name, region.areaSize + sharedOverhead);
     if (status == ZAT_OK) status = openBlocks(region, maxEntry);
     const ZatStatus released = genUnlockRegion(region);

@@ -105,36 +105,28 @@ static void close(IpcHandle& handle, IpcLock& lock) {
 }
 
 ZatStatus oswIpcTakeBack(ZatHandle handle, uint32_t type) {
-    const OswKeepErrno keepErrno;
-    const OswUncancellable uncancellable;
-    IpcLock global;
-    IpcLock lock;
-    ZatStatus status = oswIpcLockBoth(global, lock, type);
-    if (status != ZAT_OK) return status;
-    IpcHandle* object = oswIpcFind(type, handle);
+    IpcClosing closing(handle, type);
+    if (closing.status != ZAT_OK) return closing.status;
+    IpcHandle* object = closing.object;
     if (object == nullptr) return ZAT_IPC_NO_OBJECT;
     if (object->localRefs == 1) oswIpcDismissWaiters(*object);
-    close(*object, lock);
+    close(*object, closing.lock);
     return ZAT_OK;
 }
 
 ZatStatus oswIpcDelete(ZatHandle handle, uint32_t type) {
-    const OswKeepErrno keepErrno;
-    const OswUncancellable uncancellable;
-    IpcLock global;
-    IpcLock lock;
-    ZatStatus status = oswIpcLockBoth(global, lock, type);
-    if (status != ZAT_OK) return status;
-    IpcHandle* object = oswIpcFind(type, handle);
+    IpcClosing closing(handle, type);
+    if (closing.status != ZAT_OK) return closing.status;
+    IpcHandle* object = closing.object;
     if (object == nullptr) {
-        global.release();
-        return oswIpcDeleteLocal(handle, type, lock);
+        closing.global.release();
+        return oswIpcDeleteLocal(handle, type, closing.lock);
     }
     if (object->localRefs == 0) return ZAT_IPC_NO_REFERENCE;
     const IpcUse& use = *oswIpcKinds[type].use;
     if (object->localRefs == 1 && use.mayDelete != nullptr && !use.mayDelete(*object))
         return ZAT_IPC_DEADLOCK;
-    status = letGo(*object, use);
-    close(*object, lock);
+    const ZatStatus status = letGo(*object, use);
+    close(*object, closing.lock);
     return status;
 }

@@ -4,7 +4,9 @@
 #ifndef ZATOSW_OSW_IPC_CREATE_PRIVATE_H
 #define ZATOSW_OSW_IPC_CREATE_PRIVATE_H
 
+#include "osw/errno_private.h"
 #include "osw/ipc/object_private.h"
+#include "osw/lock_private.h"
 
 /* Makes a process-local object with the words of a creating call. */
 struct IpcLocalWords {
@@ -53,6 +55,21 @@ class IpcCreated {
 
   private:
     ZatStatus (*const remove_)(ZatHandle handle);
+};
+
+/* What deleting begins with: both locks are held, and the handle found, if status is ZAT_OK and
+ * object is not null. The deletion is not broken off. */
+struct IpcClosing {
+    IpcClosing(ZatHandle handle, uint32_t type)
+        : status(oswIpcLockBoth(global, lock, type)),
+          object(status == ZAT_OK ? oswIpcFind(type, handle) : nullptr) {}
+
+    const OswKeepErrno keepErrno;
+    const OswUncancellable uncancellable;
+    IpcLock global;
+    IpcLock lock;
+    ZatStatus status;
+    IpcHandle* object;
 };
 
 /* The frame of the calls that delete. */

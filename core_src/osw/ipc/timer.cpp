@@ -276,16 +276,12 @@ ZatStatus zatOSWIpcResetTimer(ZatIpcHandle handle) {
 }
 
 ZatStatus zatOSWIpcDeleteTimer(ZatIpcHandle handle) {
-    const OswKeepErrno keepErrno;
-    const OswUncancellable uncancellable;
-    IpcLock global;
-    IpcLock lock;
-    ZatStatus status = oswIpcLockBoth(global, lock, IPC_TIMER);
-    if (status != ZAT_OK) return status;
-    IpcHandle* timer = oswIpcFind(IPC_TIMER, handle);
+    IpcClosing closing(handle, IPC_TIMER);
+    if (closing.status != ZAT_OK) return closing.status;
+    IpcHandle* timer = closing.object;
     if (timer == nullptr) {
-        global.release();
-        return oswIpcDeleteLocal(handle, IPC_TIMER, lock);
+        closing.global.release();
+        return oswIpcDeleteLocal(handle, IPC_TIMER, closing.lock);
     }
     if (timer->localRefs == 0) return ZAT_IPC_NO_REFERENCE;
     if (timer->localRefs > 1) {
@@ -293,12 +289,12 @@ ZatStatus zatOSWIpcDeleteTimer(ZatIpcHandle handle) {
         return ZAT_OK;
     }
     oswIpcForgetHandle(*timer);
-    lock.release();
+    closing.lock.release();
     oswIpcStopServing(*timer);
-    status = oswIpcLockType(lock, IPC_TIMER);
+    const ZatStatus status = oswIpcLockType(closing.lock, IPC_TIMER);
     if (status == ZAT_OK) oswIpcDropUse(*timer->entry);
-    lock.release();
-    global.release();
+    closing.lock.release();
+    closing.global.release();
     oswIpcDispose(timer);
     return status;
 }

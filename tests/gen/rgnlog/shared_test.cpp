@@ -93,6 +93,25 @@ TEST(SharedRegion, GoesWithTheLibraryAndRunsOnForOthers) {
     EXPECT_EQ(peer(end), ZAT_OK);
 }
 
+TEST(SharedRegion, IsLeftAsItIsByADeletedCreatorOrDeleter) {
+    SKIP_IF_THREADS_ARE_FOLLOWED();
+    alarm(100);
+    ASSERT_EQ(start(1000, 0) + zatGENLockRgnLog(1), 0u);
+    const int objects = systemVObjects();
+    const auto calls = {+[] { return zatGENCreateRgnLog(2, "shared", 0, 1000, 0, 0, 1, 0); },
+                        +[] { return zatGENDeleteRgnLog(1); }};
+    for (const auto call : calls) {
+        Worker waiting(call);
+        EXPECT_TRUE(blockedReach(zatGENGetRgnLogInfo(1)->lock, ZAT_IPC_TYPE_MUTEX, 1));
+        waiting.remove();
+        EXPECT_EQ(zatGENGetRgnLogInfo(2)->id, -1);
+    }
+    EXPECT_EQ(systemVObjects(), objects);
+    EXPECT_EQ(zatGENUnlockRgnLog(1) + write(3, 0), 0u);
+    EXPECT_EQ(look(), 3u);
+    EXPECT_EQ(end(0, 0), 0u);
+}
+
 TEST(SharedRegion, IsNotMadeOfSomebodyElsesBlocks) {
     ZatIpcHandle memory = 0;
     ASSERT_EQ(zatOSWIpcCreateMemPart(&memory, "shared", 1128), ZAT_OK);
