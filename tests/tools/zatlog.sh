@@ -143,7 +143,8 @@ damage 20 '\x28' 'byte 20: size of the newest record 40, .* 48$' 3
 damage 140 'end' 'byte 140: cut: ' 3
 for small in 8=02:00 16=12:22; do
     begin "$dir/small" ${small%=*}
-    { numbers 4 "$before" "$before" 1714558920 0 | head -c "$before"; } >>"$dir/small"
+    { numbers 4 "$before" "$before"
+      if [ "$before" -eq 16 ]; then numbers 4 1714558920 0; fi; } >>"$dir/small"
     run 0 "$dir/small"
     prints "a ring of $before bytes" <<<"${small#*=}:00.000000 "
 done
