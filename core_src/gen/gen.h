@@ -1,10 +1,12 @@
 /**
  * @file
- * The general services: the trace, and region logs.
+ * The general services: the trace, region logs, and the console.
  */
 #ifndef ZATOSW_GEN_GEN_H
 #define ZATOSW_GEN_GEN_H
 
+#include "console/console.h"
+#include "console/file_data.h"
 #include "rgnlog/region_log.h"
 #include "rgnlog/region_print.h"
 #include "trace/component.h"

@@ -10,13 +10,16 @@ class GenTaskLock {
     GenTaskLock(const GenTaskLock&) = delete;
     GenTaskLock& operator=(const GenTaskLock&) = delete;
     ~GenTaskLock() {
-        if (held_) zatOSWUnlockTask();
+        if (isHeld()) zatOSWUnlockTask();
     }
 
-    bool isHeld() const { return held_; }
+    bool isHeld() const { return status_ == ZAT_OK; }
+
+    /* That of zatOSWLockTask(). */
+    ZatStatus status() const { return status_; }
 
   private:
-    const bool held_ = zatOSWLockTask() == ZAT_OK;
+    const ZatStatus status_ = zatOSWLockTask();
 };
 
 #endif

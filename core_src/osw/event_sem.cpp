@@ -67,13 +67,18 @@ ZatStatus zatOSWFlushEventSem(ZatEventSem event) {
     return error == ZAT_OK ? oswSemWakeAll(*record, locks) : error;
 }
 
-ZatStatus zatOSWWaitEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs) {
+ZatStatus oswWaitEventSemHolding(ZatHandle event, ZatTimeoutMs timeoutMs, OswLock& held) {
     const auto tryNow = [](OswEventSem& record) {
         if (record.waiters > 0 || record.signalled == 0) return false;
         consume(record);
         return true;
     };
-    return oswSemWait(oswRecord<OswEventSem>(event), timeoutMs, tryNow, consume);
+    return oswSemWait(oswRecord<OswEventSem>(event), timeoutMs, tryNow, consume, held);
+}
+
+ZatStatus zatOSWWaitEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs) {
+    OswLock nothing;
+    return oswWaitEventSemHolding(event, timeoutMs, nothing);
 }
 
 ZatStatus zatOSWWaitAllEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs) {

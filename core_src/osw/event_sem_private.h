@@ -6,6 +6,7 @@
 #include <stddef.h>
 
 #include "clb/list.h"
+#include "osw/lock_private.h"
 #include "osw/sem_grants_private.h"
 #include "osw/types.h"
 
@@ -24,5 +25,9 @@ struct OswEventSem {
 
 static_assert(offsetof(OswEventSem, valid) == 8 && offsetof(OswEventSem, waiters) == 16 &&
               offsetof(OswEventSem, signalled) == 20);
+
+/* zatOSWWaitEventSem for an event that only the held lock keeps alive: the lock is given up if
+ * there is need to wait, and only then. */
+ZatStatus oswWaitEventSemHolding(ZatHandle event, ZatTimeoutMs timeoutMs, OswLock& held);
 
 #endif

@@ -199,11 +199,11 @@ static ZatStatus waitInQueue(OswMsgQueue*& found, ZatCountSem semaphore, ZatTime
 
 ZatStatus zatOSWSendMsgQueue(ZatMsgQueue queue, const void* message, uint32_t lengthBytes,
                              ZatTimeoutMs timeoutMs, uint32_t urgent) {
-    auto* record = oswRecord<OswMsgQueue>(queue);
-    if (record == nullptr || (message == nullptr && lengthBytes != 0)) return ZAT_FAILED;
+    if (message == nullptr && lengthBytes != 0) return ZAT_FAILED;
     OswLock lock;
     if (const ZatStatus error = lock.take(oswMsgQueues.lock); error != ZAT_OK) return error;
-    if (lengthBytes > record->msgSize) return ZAT_FAILED;
+    OswMsgQueue* record = findQueue(queue);
+    if (record == nullptr || lengthBytes > record->msgSize) return ZAT_FAILED;
     const Message placed = {message, lengthBytes, urgent != 0};
     if (record->growable) return sendGrowing(*record, placed, lock);
     ZatStatus status = waitInQueue(record, record->slotSem, timeoutMs, lock);

@@ -50,7 +50,7 @@ ZATOSW_API ZatStatus zatOSWDeleteMsgQueue(ZatMsgQueue queue);
 /**
  * Sends a message, waiting for a free slot at most a given time. A growable queue never waits.
  *
- * @param queue        handle from zatOSWCreateMsgQueue(); it must not be deleted before the call
+ * @param queue        handle from zatOSWCreateMsgQueue()
  * @param message      the message; may be null when lengthBytes is 0
  * @param lengthBytes  its length; the rest of the slot is zeroed
  * @param timeoutMs    milliseconds to wait; 0 = do not wait, ZAT_FOREVER = no limit
@@ -58,8 +58,8 @@ ZATOSW_API ZatStatus zatOSWDeleteMsgQueue(ZatMsgQueue queue);
  *
  * @return ZAT_OK         sent
  * @return ZAT_TIMED_OUT  no slot in time, or none free and timeoutMs is 0
- * @return ZAT_FAILED     longer than the message size, queue is 0, message is null though
- *                        lengthBytes is not 0, or the queue was deleted meanwhile
+ * @return ZAT_FAILED     unknown queue, or deleted meanwhile; longer than the message size; message
+ *                        is null though lengthBytes is not 0
  * @return a status of zatOSWOrgAllocMemPart() when the queue cannot grow; nothing is sent
  * @return a POSIX error number of the thread library, unchanged
  *

@@ -6,19 +6,14 @@
 
 #include <algorithm>
 #include <bit>
-#include <memory>
+#include <utility>
 
+#include "gen/file_private.h"
 #include "gen/rgnlog/region_log.h"
 #include "gen/trace/listing.h"
 #include "osw/freed_private.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
-
-struct CloseFile {
-    void operator()(FILE* file) const { fclose(file); }
-};
-
-using LogFile = std::unique_ptr<FILE, CloseFile>;
 
 /* A region that is locked until the end of the scope. */
 class LockedLog {
@@ -102,11 +97,10 @@ int32_t zatGENTrcCreateLogFile(int32_t logId, const char* path) {
     }
     /* Files are where a task can be deleted, and a file half written is of no use. */
     const OswUncancellable uncancellable;
-    LogFile file(fopen(path, "wb+"));
+    GenFile file(fopen(path, "wb+"));
     if (file == nullptr || !writeHead(file.get(), logId)) return -1;
     Records records;
     if (!readRecords(logId, records) || !write(file.get(), records.bytes.get(), records.length))
         return -1;
-    /* What was buffered may fail only now. */
-    return fclose(file.release()) == 0 ? 0 : -1;
+    return genCloseWritten(std::move(file)) ? 0 : -1;
 }

@@ -1,0 +1,72 @@
+/* Lines on their way to the console, and what the console says. */
+
+#include <stdarg.h>
+#include <string.h>
+
+#include "clb/text.h"
+#include "gen/console/console_private.h"
+#include "gen/console/tape_private.h"
+#include "gen/trace/output_private.h"
+#include "osw/event_sem.h"
+#include "osw/lock_private.h"
+#include "osw/msg_queue.h"
+
+GenConsole genConsole = {PTHREAD_MUTEX_INITIALIZER, 0, 0, 0, 0};
+
+void genSay(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    genTrcVPrintf(genConsole.component, ZAT_GEN_TRACE | ZAT_GEN_MONITOR, genConsoleLevel, format,
+                  arguments);
+    va_end(arguments);
+}
+
+void genAnnounce(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    genTrcVPrintf(genConsole.component, ZAT_GEN_PRINT | ZAT_GEN_MONITOR, genConsoleLevel, format,
+                  arguments);
+    va_end(arguments);
+}
+
+bool genWantLine() {
+    const OswLock lock(genConsole.lock);
+    return genConsole.wanted == 0 || zatOSWPostEventSem(genConsole.wanted) == ZAT_OK;
+}
+
+bool genReceiveLine(GenLine& line) {
+    ZatMsgQueue queue = 0;
+    {
+        const OswLock lock(genConsole.lock);
+        queue = genConsole.queue;
+    }
+    uint32_t waiting = 0;
+    if (zatOSWQueryMsgQueue(queue, &waiting) != ZAT_OK) return false;
+    if (waiting == 0 && !genWantLine()) return false;
+    line = {};
+    return zatOSWReceiveMsgQueue(queue, line.text, ZAT_GEN_COMMAND_LINE_SIZE, ZAT_FOREVER) ==
+           ZAT_OK;
+}
+
+ZatStatus zatGENSendControlMessage(const char* line, uint32_t lengthBytes) {
+    ZatMsgQueue queue = 0;
+    {
+        const OswLock lock(genConsole.lock);
+        queue = genConsole.queue;
+    }
+    return zatOSWSendMsgQueue(queue, line, lengthBytes, ZAT_FOREVER, 0);
+}
+
+char* zatGENGetInput(char* buffer, uint32_t sizeBytes) {
+    if (buffer == nullptr || sizeBytes == 0) return nullptr;
+    GenLine line;
+    const GenPlayed played = genPlayLine(line);
+    if (played == GenPlayed::Failed) return nullptr;
+    if (played == GenPlayed::NotPlaying && !genReceiveLine(line)) return nullptr;
+    const char* text = zatCLBStripStr(line.text);
+    if (played == GenPlayed::NotPlaying) genRecordLine(text);
+    const size_t length = strnlen(text, sizeBytes - 1);
+    memcpy(buffer, text, length);
+    buffer[length] = '\0';
+    return buffer;
+}

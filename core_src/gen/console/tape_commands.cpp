@@ -1,0 +1,75 @@
+/* R, S and P: recording lines, and playing them. */
+
+#include <utility>
+
+#include "gen/console/commands_private.h"
+#include "gen/console/tape_private.h"
+
+/* A file's name: the next word, or a line that is asked for; null when there is none. */
+class FileName {
+  public:
+    FileName(GenCommandLine& line, const char* question) : text_(line.nextWord()) {
+        if (text_ != nullptr) return;
+        genSay("%s", question);
+        text_ = zatGENGetInput(answer_, sizeof answer_);
+    }
+    FileName(const FileName&) = delete;
+    FileName& operator=(const FileName&) = delete;
+
+    const char* text() const { return text_; }
+
+  private:
+    const char* text_;
+    char answer_[ZAT_GEN_COMMAND_LINE_SIZE];
+};
+
+/* Opens a file, and says so when it cannot be opened. */
+static GenFile openFile(const FileName& name, const char* mode) {
+    if (name.text() == nullptr) return nullptr;
+    GenFile file(fopen(name.text(), mode));
+    if (file == nullptr) genSay("< ERROR > could not open file : %s.\n", name.text());
+    return file;
+}
+
+static void refuse(const char* mode) {
+    genSay("Cannot enter %s mode\n", mode);
+}
+
+void genRunRecord(GenCommandLine& line) {
+    if (genTapeRuns()) return refuse("record");
+    const FileName name(line, "Input record file name.\n");
+    GenFile file = openFile(name, "we");
+    if (file != nullptr && !genStartRecording(std::move(file))) refuse("record");
+}
+
+void genRunStopRecording(GenCommandLine&) {
+    const GenRecorded recorded = genStopRecording();
+    if (recorded == GenRecorded::Nothing) genSay("Invalid requset - not in record mode\n");
+    if (recorded == GenRecorded::NotAll) genSay("< ERROR > could not write record file.\n");
+}
+
+/* Asks for a number; false when there is no answer. What is no number is 0. */
+static bool ask(const char* question, int32_t& number) {
+    genSay("%s", question);
+    char answer[ZAT_GEN_COMMAND_LINE_SIZE];
+    number = 0;
+    if (zatGENGetInput(answer, sizeof answer) == nullptr) return false;
+    genReadNumber(answer, number);
+    return true;
+}
+
+void genRunPlay(GenCommandLine& line) {
+    if (genTapeRuns()) return refuse("play");
+    const FileName name(line, "Input play file name.\n");
+    GenFile file = openFile(name, "rbe");
+    int32_t step = 0;
+    int32_t repeat = 0;
+    if (file == nullptr || !ask("Select step mode : 1(Yes) or 0(No)\n", step) ||
+        !ask("Select repeat mode : 1(Yes) or 0(No)\n", repeat))
+        return;
+    const GenPlayModes modes = {step != 0, repeat == 1};
+    if (!genStartPlaying(std::move(file), modes)) return refuse("play");
+    genSay(">>>> Enter play mode >>>>\n");
+    /* Nothing asks for a typed line from now on, and yet one is to pause it. */
+    if (modes.repeats && !modes.asksEachLine) genWantLine();
+}
