@@ -10,14 +10,25 @@ static Controller* controllerOf(uint32_t word) {
     return reinterpret_cast<Controller*>(word);
 }
 
-void Controller::take(const Reading& reading) {
+// Whether the reading raises the alarm.
+bool Controller::keep(const Reading& reading, double& threshold) {
     const HoldBoard hold(shared_.lock());
     Board& board = shared_.board();
     board.latest = reading;
     board.running.add(reading.cpuPercent);
-    const bool above = static_cast<double>(reading.cpuPercent) > alarmPercent_;
-    if (above && board.alarm == 0) zatOSWPostEventSem(alarm_);
+    threshold = alarmPercent_;
+    const bool above = static_cast<double>(reading.cpuPercent) > threshold;
+    const bool raised = above && board.alarm == 0;
     board.alarm = above;
+    return raised;
+}
+
+void Controller::take(const Reading& reading) {
+    double threshold = 0.0;
+    if (!keep(reading, threshold)) return;
+    // Whoever listens to alarms may be slow; readings go on coming.
+    zatOSWQueueTaskPool(alarms_, "alarm", runAlarm, static_cast<uint32_t>(threshold * 10.0 + 0.5),
+                        0, 0, 0, 0, 0, 0, 0, 0, 0);
 }
 
 // Takes readings until its task is deleted.
@@ -30,17 +41,42 @@ void Controller::control() {
     }
 }
 
-void Controller::report() {
-    Board copy;
-    {
-        const HoldBoard hold(shared_.lock());
-        copy = shared_.board();
-    }
+Board Controller::copyBoard() {
+    const HoldBoard hold(shared_.lock());
+    Board copy = shared_.board();
     // The first second may not have been closed yet when the first report is due.
     if (copy.finished.readings == 0) copy.finished = copy.running;
+    return copy;
+}
+
+void Controller::showReading() {
+    printReading(copyBoard());
+}
+
+void Controller::report() {
     uint32_t waiting = 0;
     zatOSWIpcQueryMsgQueue(shared_.readings(), &waiting);
-    printReport(copy, waiting, Shared::queueCapacity);
+    printReport(copyBoard(), waiting, Shared::queueCapacity);
+}
+
+double Controller::alarmPercent() {
+    const HoldBoard hold(shared_.lock());
+    return alarmPercent_;
+}
+
+void Controller::setAlarmPercent(double percent) {
+    const HoldBoard hold(shared_.lock());
+    alarmPercent_ = percent;
+}
+
+bool Controller::isSampling() {
+    const HoldBoard hold(shared_.lock());
+    return shared_.board().stands == 0;
+}
+
+void Controller::setSampling(bool samples) {
+    const HoldBoard hold(shared_.lock());
+    shared_.board().stands = samples ? 0 : 1;
 }
 
 uint32_t Controller::runControl(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
@@ -49,11 +85,9 @@ uint32_t Controller::runControl(uint32_t self, uint32_t, uint32_t, uint32_t, uin
     return 0;
 }
 
-uint32_t Controller::runAlarm(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+uint32_t Controller::runAlarm(uint32_t tenths, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                               uint32_t, uint32_t, uint32_t, uint32_t) {
-    Controller* controller = controllerOf(self);
-    while (zatOSWWaitEventSem(controller->alarm_, ZAT_FOREVER) == ZAT_OK)
-        printAlarm(controller->alarmPercent_);
+    printAlarm(tenths / 10.0);
     return 0;
 }
 
@@ -61,7 +95,7 @@ uint32_t Controller::runReport(uint32_t self, uint32_t, uint32_t, uint32_t, uint
                                uint32_t, uint32_t, uint32_t, uint32_t) {
     Controller* controller = controllerOf(self);
     while (zatOSWWaitEventSem(controller->reportDue_, ZAT_FOREVER) == ZAT_OK)
-        controller->report();
+        if (controller->reports_) controller->report();
     return 0;
 }
 
@@ -87,7 +121,10 @@ void Controller::closeSecond(ZatTimer timer, uint32_t self, uint32_t, uint32_t, 
 }
 
 bool Controller::makeObjects() {
-    return shared_.open() && made(zatOSWCreateEventSem(&alarm_, 0, 0), "alarm event") &&
+    return shared_.open() &&
+           made(zatOSWCreateTaskPool(&alarms_, "alarm", ZAT_INHERIT_PRIORITY, taskStackBytes, 1, 1,
+                                     2, 0, 0),
+                "pool for alarms") &&
            made(zatOSWCreateEventSem(&reportDue_, 0, 0), "report event");
 }
 
@@ -102,8 +139,8 @@ bool Controller::startTask(const char* name, ZatTaskEntry entry) {
 }
 
 bool Controller::start() {
-    return makeObjects() && startTask("control", runControl) && startTask("alarm", runAlarm) &&
-           startTask("report", runReport) && startTask("answer", runAnswer) &&
+    return makeObjects() && startTask("control", runControl) && startTask("report", runReport) &&
+           startTask("answer", runAnswer) &&
            made(zatOSWCreateTimerEx(&secondTimer_, "secondTimer", ZAT_INHERIT_PRIORITY,
                                     taskStackBytes),
                 "timer") &&
@@ -126,11 +163,11 @@ void Controller::stopEventTimer() const {
 Controller::~Controller() {
     stopEventTimer();
     if (secondTimer_ != 0) zatOSWDeleteTimer(secondTimer_);
-    if (alarm_ != 0) zatOSWDeleteEventSem(alarm_);
     if (reportDue_ != 0) zatOSWDeleteEventSem(reportDue_);
     while (taskCount_ > 0) {
         const ZatTaskId task = tasks_[--taskCount_];
         zatOSWDeleteTask(task);
         zatOSWWaitTask(task, 1);
     }
+    if (alarms_ != 0) zatOSWDeleteTaskPool(alarms_);
 }

@@ -2,11 +2,14 @@
 #ifndef WATCH_CONTROLLER_H
 #define WATCH_CONTROLLER_H
 
+#include <atomic>
+
 #include "shared.h"
 
 class Controller {
   public:
-    explicit Controller(double alarmPercent) : alarmPercent_(alarmPercent) {}
+    Controller(double alarmPercent, bool reports)
+        : alarmPercent_(alarmPercent), reports_(reports) {}
     Controller(const Controller&) = delete;
     Controller& operator=(const Controller&) = delete;
     // Stops what runs and deletes everything.
@@ -15,8 +18,16 @@ class Controller {
     // False, after a message on standard error, when something could not be made.
     bool start();
 
+    double alarmPercent();
+    void setAlarmPercent(double percent);
+    bool isSampling();
+    void setSampling(bool samples);
+    // Whether there is a report every second.
+    void setReporting(bool reports) { reports_ = reports; }
+    void showReading();
+
   private:
-    static constexpr unsigned maxTasks = 4;
+    static constexpr unsigned maxTasks = 3;
 
     bool makeObjects();
     bool startTask(const char* name, ZatTaskEntry entry);
@@ -24,7 +35,7 @@ class Controller {
 
     static uint32_t runControl(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                                uint32_t, uint32_t, uint32_t, uint32_t);
-    static uint32_t runAlarm(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+    static uint32_t runAlarm(uint32_t tenths, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                              uint32_t, uint32_t, uint32_t, uint32_t);
     static uint32_t runReport(uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
                               uint32_t, uint32_t, uint32_t, uint32_t);
@@ -33,12 +44,15 @@ class Controller {
     static void closeSecond(ZatTimer timer, uint32_t self, uint32_t, uint32_t, uint32_t, uint32_t);
 
     void control();
+    bool keep(const Reading& reading, double& threshold);
     void take(const Reading& reading);
     void report();
+    Board copyBoard();
 
-    const double alarmPercent_;
     Shared shared_;
-    ZatEventSem alarm_ = 0;        // processor use has gone above the threshold
+    double alarmPercent_;  // guarded by the board's lock, like what it is held against
+    std::atomic<bool> reports_;
+    ZatTaskPool alarms_ = 0;       // the task that says that use has gone above the threshold
     ZatEventSem reportDue_ = 0;    // a report is to be printed
     ZatEventSem reportTimer_ = 0;  // cancel handle of what posts reportDue_
     ZatTimer secondTimer_ = 0;     // closes the second that is being measured

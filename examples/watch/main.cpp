@@ -1,52 +1,24 @@
 // watch: two processes that watch the machine they run on.
 //
 // A sampler reads the kernel's figures and sends them through a named queue to a controller, which
-// keeps the latest ones on a board in shared memory, reports once a second and whenever somebody
-// posts a named event, and raises an alarm when processor use crosses a threshold. Readings and
-// trouble are kept in logs in shared memory, which any process prints. Either may be killed and
-// started again while the other goes on. They run until Ctrl-C or for a given time; the last one
-// removes all that they shared.
+// keeps the latest ones on a board in shared memory, reports whenever somebody asks by a named
+// event, or once a second, and raises an alarm when processor use crosses a threshold. Readings and
+// trouble are kept in logs in shared memory, which any process prints. The controller's process has
+// a console. Either may be killed and started again while the other goes on. They run until EXIT is
+// typed, until Ctrl-C, or for a given time; the last one removes all that they shared.
 
-#include <errno.h>
 #include <signal.h>
 #include <stdio.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 
+#include "console.h"
 #include "controller.h"
 #include "logs.h"
 #include "options.h"
 #include "sampler.h"
+#include "stop.h"
 #include "trace.h"
-
-// The signals that end the program wait for the main task alone.
-static sigset_t blockStopSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    return signals;
-}
-
-static void waitForStop(const sigset_t& signals, unsigned seconds) {
-    if (seconds == 0) {
-        int signal = 0;
-        sigwait(&signals, &signal);
-        return;
-    }
-    const timespec limit = {static_cast<time_t>(seconds), 0};
-    while (sigtimedwait(&signals, nullptr, &limit) < 0 && errno == EINTR) {
-    }
-}
-
-template <class Part>
-static bool runUntilStopped(Part& part, const sigset_t& signals, unsigned seconds) {
-    if (!part.start()) return false;
-    waitForStop(signals, seconds);
-    return true;
-}
 
 // Has the controller report, and leaves the rest to it.
 static bool askForReport() {
@@ -69,10 +41,14 @@ static bool run(const Options& options, const sigset_t& signals) {
     if (options.role == Role::Log) return showLogs(options);
     if (options.role == Role::Sampler) {
         Sampler sampler;
-        return runUntilStopped(sampler, signals, options.seconds);
+        if (!sampler.start()) return false;
+        waitForStop(signals, options.seconds);
+        return true;
     }
-    Controller controller(options.alarmPercent);
-    return runUntilStopped(controller, signals, options.seconds);
+    Controller controller(options.alarmPercent, options.reports);
+    if (!controller.start()) return false;
+    runConsole(controller, signals, options.seconds);
+    return true;
 }
 
 // One process from start to end.

@@ -11,11 +11,12 @@ static constexpr unsigned longestRun = 4000000;  // seconds, what fits in 32-bit
 void printHelp(const char* program) {
     printf(
         "Usage: %s [sampler | controller | ask | log] [--alarm PERCENT] [--seconds N]\n"
+        "       [--report] [--c COMMANDS] [--no-stdin]\n"
         "       %s log [--save FILE]\n"
         "Watches this machine. A sampler reads its processors, memory and load ten times a "
         "second,\n"
-        "a controller reports once a second: two processes, of which either may be killed and\n"
-        "started again while the other goes on.\n"
+        "a controller keeps the latest ones and has a console: two processes, of which either may\n"
+        "be killed and started again while the other goes on. ? lists the console's commands.\n"
         "\n"
         "  sampler          run only the sampler\n"
         "  controller       run only the controller\n"
@@ -23,6 +24,9 @@ void printHelp(const char* program) {
         "  log              print the logs of those that run: trouble, errors, readings\n"
         "  --save FILE      do not print the readings but save them in a file for zatlog\n"
         "  --alarm PERCENT  processor use that raises the alarm (default 90)\n"
+        "  --report         report once a second from the beginning\n"
+        "  --c COMMANDS     what the console does first, separated by commas\n"
+        "  --no-stdin       the console does not read standard input\n"
         "  --seconds N      how long to run; 0 = until Ctrl-C (default 0, but %u when standard\n"
         "                   input is no terminal)\n"
         "  --help           this text\n",
@@ -62,12 +66,22 @@ static bool readFile(const char* option, const char* word, const char*& file) {
     return word != nullptr;
 }
 
+static bool isConsoleOption(const char* word) {
+    return strcmp(word, "--c") == 0 || strcmp(word, "--stdin") == 0 ||
+           strcmp(word, "--no-stdin") == 0;
+}
+
 bool readOptions(int count, char** words, Options& options) {
     if (!isatty(STDIN_FILENO)) options.seconds = secondsWithoutTerminal;
     for (int i = 1; i < count; ++i) {
         const char* word = words[i];
         double number = 0.0;
-        if (strcmp(word, "--help") == 0) {
+        if (isConsoleOption(word)) {
+            // The console looks for them itself; one of them has a value.
+            if (strcmp(word, "--c") == 0 && words[i + 1] != nullptr) ++i;
+        } else if (strcmp(word, "--report") == 0) {
+            options.reports = true;
+        } else if (strcmp(word, "--help") == 0) {
             options.help = true;
         } else if (strcmp(word, "--save") == 0) {
             if (!readFile(word, words[++i], options.saveAs)) return false;

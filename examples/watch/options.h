@@ -15,6 +15,7 @@ struct Options {
     double alarmPercent = 90.0;    // processor use that raises the alarm
     unsigned seconds = 0;          // how long to run; 0 = until Ctrl-C
     const char* saveAs = nullptr;  // file for the log of readings
+    bool reports = false;          // report once a second from the beginning
     bool help = false;
 };
 

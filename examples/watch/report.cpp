@@ -59,11 +59,15 @@ static void printSecond(const Reading& latest, const Second& second) {
              static_cast<double>(latest.load[2]));
 }
 
-void printReport(const Board& board, uint32_t queueWaiting, uint32_t queueCapacity) {
+void printReading(const Board& board) {
     if (board.finished.readings > 0)
         printSecond(board.latest, board.finished);
     else
         watchSay(levelReport, "%s no reading in the last second\n", timeText().text);
+}
+
+void printReport(const Board& board, uint32_t queueWaiting, uint32_t queueCapacity) {
+    printReading(board);
     watchSay(levelReport, "  %u readings, %u lost, queue %lu of %lu%s\n", board.finished.readings,
              board.lost, static_cast<unsigned long>(queueWaiting),
              static_cast<unsigned long>(queueCapacity), board.alarm != 0 ? ", ALARM" : "");

@@ -8,6 +8,8 @@ struct Board;
 
 void printReport(const Board& board, uint32_t queueWaiting, uint32_t queueCapacity);
 
+void printReading(const Board& board);
+
 void printAlarm(double alarmPercent);
 
 #endif

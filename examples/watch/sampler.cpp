@@ -6,13 +6,18 @@
 static constexpr uint32_t samplePeriodMs = 100;
 static constexpr uint32_t taskStackBytes = 32768;
 
+bool Sampler::stands() {
+    const HoldBoard hold(shared_.lock());
+    return shared_.board().stands != 0;
+}
+
 // Takes a reading every period until it is told to stop.
 void Sampler::sample() {
     Machine machine;
     Reading reading;
     machine.read(reading);
     while (zatOSWWaitEventSem(stop_, samplePeriodMs) == ZAT_TIMED_OUT) {
-        if (!machine.read(reading)) continue;
+        if (stands() || !machine.read(reading)) continue;
         logReading(reading);
         // Never waits: an old reading is worth nothing to a controller that is behind, or away.
         if (zatOSWIpcSendMsgQueue(shared_.readings(), &reading, sizeof reading, 0, 0) !=

@@ -20,6 +20,7 @@ class Sampler {
                         uint32_t, uint32_t, uint32_t);
 
     void sample();
+    bool stands();
 
     Shared shared_;
     ZatEventSem stop_ = 0;

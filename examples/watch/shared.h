@@ -25,6 +25,7 @@ struct Board {
     Second finished;  // the one before
     unsigned lost;    // readings that found the queue full
     unsigned alarm;   // processor use is above the threshold
+    unsigned stands;  // the sampler takes no readings
 };
 
 // The named mutex that guards the board, for all tasks of this process.

@@ -9,9 +9,10 @@ static zatGENTrcComp components[] = {
 
 void openTrace() {
     zatGENAddTraceId(components, 1);
-    for (const unsigned level : {levelReport, levelTrouble}) {
-        zatGENTrcSet(ZAT_GEN_SYSTEM, level);
-        zatGENTrcSet(watchComponent, level);
+    for (const unsigned component : {ZAT_GEN_SYSTEM, watchComponent}) {
+        for (const unsigned level : {levelReport, levelTrouble, levelConsole})
+            zatGENTrcSet(component, level);
+        zatGENPrnSet(component, levelConsole);
     }
 }
 

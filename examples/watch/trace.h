@@ -8,13 +8,15 @@
 enum WatchLevel : unsigned {
     levelTrouble = 0,  // the level of the error log
     levelReport = 1,
+    levelConsole = 15,
 };
 
 // Registers the component and switches its messages on.
 void openTrace();
 
 // Writes a message, of one line or several, to standard error.
-#define watchSay(level, ...) zatGENTrcPrintf(watchComponent, ZAT_GEN_TRACE, level, __VA_ARGS__)
+#define watchSay(level, ...) say(ZAT_GEN_TRACE, level, __VA_ARGS__)
+#define say(type, level, ...) zatGENTrcPrintf(watchComponent, type, level, __VA_ARGS__)
 
 static constexpr unsigned watchComponent = 0x5001;
 

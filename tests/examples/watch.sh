@@ -32,7 +32,7 @@ nothing_left() {
 }
 
 # Both processes, for a while.
-"${watch[@]}" --seconds 3 --alarm 0 </dev/null 2>"$TMPDIR/both" >/dev/null || fail "exit status $?"
+"${watch[@]}" --seconds 3 --alarm 0 --report </dev/null 2>"$TMPDIR/both" >/dev/null || fail "exit status $?"
 grep -q '^WATCH:.*cpu .*memory .*load' "$TMPDIR/both" || fail "no report"
 grep -q 'ALARM: processor use above 0.0 %' "$TMPDIR/both" || fail "no alarm"
 for task in mainThread control alarm report answer secondTimer eventTimer; do
@@ -42,7 +42,7 @@ nothing_left "after both have stopped"
 
 # Each in its turn is killed and started again while the other goes on.
 start() {
-    "${watch[@]}" "$1" --seconds 600 </dev/null 2>>"$log" >/dev/null &
+    "${watch[@]}" "$1" --seconds 600 --report </dev/null 2>>"$log" >/dev/null &
 }
 : >"$log"
 start controller
@@ -81,5 +81,16 @@ kill -TERM $controller $sampler
 wait $controller || fail "exit status $? of the controller after a signal"
 wait $sampler || fail "exit status $? of the sampler after a signal"
 nothing_left "after kills and restarts"
+
+# A script on standard input, behind commands of the command line; EXIT ends it before its time.
+printf 'ALARM 0\nsampler stop\nbogus\nTPL\nSHM watch.memory\nEXIT\n' |
+    "${watch[@]}" --seconds 600 --c "echo first,alarm 77" 2>"$TMPDIR/script" >/dev/null ||
+    fail "a script: exit status $?"
+for line in 'first' 'alarm above 77.0 %' 'alarm above 0.0 %' 'sampler stands' \
+    'No such command: bogus; .*' ' <free>   task id .*' 'memory block offset & size:' \
+    '>>>>> exit control mode <<<<<'; do
+    grep -q "^WATCH:$line\$" "$TMPDIR/script" || fail "the script does not say $line: $(cat "$TMPDIR/script")"
+done
+nothing_left "after a script"
 
 if "${watch[@]}" --alarm never 2>/dev/null; then fail "a bad option is accepted"; fi
