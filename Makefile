@@ -16,6 +16,8 @@ CTEST_ARGS ?=
 # Arguments of the example program
 ARGS ?=
 JOBS ?= $(shell nproc)
+# How long each fuzzer runs
+FUZZ_SECONDS ?= 60
 
 SETUP := cmake/setup.sh
 
@@ -24,13 +26,13 @@ help: ## Show this list
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / { printf "  make %-16s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 	@echo "  One target only: TARGET=i686 or TARGET=powerpc"
 
-.PHONY: setup setup-lint setup-sanitize setup-valgrind setup-bench setup-all
+.PHONY: setup setup-lint setup-sanitize setup-valgrind setup-fuzz setup-bench setup-all
 setup: ## Install what building, running and testing need
 	@$(SETUP) base
-setup-lint setup-sanitize setup-valgrind setup-bench: setup-%:
+setup-lint setup-sanitize setup-valgrind setup-fuzz setup-bench: setup-%:
 	@$(SETUP) base $*
 setup-all: ## Install what any of these commands needs
-	@$(SETUP) base lint sanitize valgrind bench
+	@$(SETUP) base lint sanitize valgrind fuzz bench
 
 # Configures where nothing is configured yet, after a change of the presets, or with new options;
 # CMake itself notices all else. Two makes in one tree take turns.
@@ -38,7 +40,7 @@ configure = if [ ! -e build/$(1)/build.ninja ] || [ CMakePresets.json -nt build/
 	|| [ -n "$(strip $(CMAKE_ARGS))" ]; then cmake --preset $(1) $(CMAKE_ARGS); fi
 build_tree = mkdir -p build/$(1) && exec 9>build/$(1)/.lock && flock 9 \
 	&& { $(call configure,$(1)); } 9>&- && cmake --build build/$(1) -j $(JOBS) $(2) 9>&-
-sources = find core_src tests examples bench tools \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) -print0
+sources = find core_src tests examples bench fuzz tools \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) -print0
 run_suite = ctest --preset $(1) -j $(JOBS) $(CTEST_ARGS)
 
 .PHONY: build
@@ -60,7 +62,7 @@ test: setup build ## Run the whole test suite on both targets
 	if [ -n "$$failed" ]; then echo "Tests failed on:$$failed"; exit 1; fi
 
 # Each check stands alone; together, all of them run before the failed ones are named.
-CHECKS := check-format check-tidy check-asan check-memcheck check-drd
+CHECKS := check-format check-tidy check-asan check-memcheck check-drd check-fuzz
 
 .PHONY: check $(CHECKS)
 check: ## Run the suite under the checkers, and look at the sources
@@ -80,6 +82,9 @@ check-memcheck: setup-valgrind ## The suite under valgrind's memory checker
 check-drd: setup-valgrind ## The suite under valgrind's data race checker
 	@$(call build_tree,i686)
 	@$(call run_suite,drd)
+check-fuzz: setup-fuzz ## A minute of lines that nobody would type (FUZZ_SECONDS=n)
+	@$(call build_tree,fuzz)
+	@fuzz/run.sh build/fuzz/fuzz $(FUZZ_SECONDS)
 check-tidy: setup-lint ## The sources under clang-tidy
 	@$(call build_tree,i686)
 	@cmake/tidy.sh build/i686 $(JOBS)

@@ -1,4 +1,5 @@
-/* Tasks beside plain threads with the same stack and scheduling. */
+/* Tasks, and jobs on tasks that are there, beside plain threads with the same stack and scheduling.
+ */
 
 #include <zatosw/zatosw.h>
 
@@ -20,6 +21,22 @@ static void tasks(int operations) {
     }
 }
 
+/* A job and the news that it ran. */
+static ZatTaskPool pool;
+static ZatEventSem ran;
+
+static uint32_t post(uint32_t event, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
+                     uint32_t, uint32_t, uint32_t) {
+    return zatOSWPostEventSem(event);
+}
+
+static void jobs(int operations) {
+    for (int i = 0; i < operations; ++i) {
+        zatOSWQueueTaskPool(pool, "bench", post, ran, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+        zatOSWWaitEventSem(ran, ZAT_FOREVER);
+    }
+}
+
 static void threads(int operations) {
     for (int i = 0; i < operations; ++i) {
         pthread_attr_t attributes;
@@ -37,6 +54,10 @@ static void threads(int operations) {
 int main(int count, char** arguments) {
     benchRow("task_create_join/pthread_create_join",
              [](auto& state) { benchPair(state, 100, tasks, threads); });
+    zatOSWCreateEventSem(&ran, 0, 0);
+    zatOSWCreateTaskPool(&pool, "bench", ZAT_INHERIT_PRIORITY, 0, 2, 2, 2, 0, 0);
+    benchRow("task_pool_job/pthread_create_join",
+             [](auto& state) { benchPair(state, 100, jobs, threads); });
     benchmark::Initialize(&count, arguments);
     benchmark::RunSpecifiedBenchmarks();
 }

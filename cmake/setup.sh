@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that the given groups need; silent where nothing is missing.
-#   setup.sh GROUP...      groups: base lint sanitize valgrind bench
+#   setup.sh GROUP...      groups: base lint sanitize valgrind fuzz bench
 set -eu
 
 # Build, run and test; g++ is for the tools, which run on this machine itself. The 32-bit x86
@@ -18,6 +18,8 @@ sanitize="lib32asan8 lib32ubsan1"
 # library, which then comes first.
 valgrind="valgrind libc6-dbg:i386"
 
+fuzz="clang libclang-rt-14-dev"
+
 bench="libbenchmark-dev:i386"
 
 wanted=
@@ -27,6 +29,7 @@ for group; do
     lint) wanted+=" $lint" ;;
     sanitize) wanted+=" $sanitize" ;;
     valgrind) wanted+=" $valgrind" ;;
+    fuzz) wanted+=" $fuzz" ;;
     bench) wanted+=" $bench" ;;
     *) echo "setup.sh: unknown group: $group" >&2; exit 2 ;;
     esac

@@ -8,6 +8,7 @@
 #include "osw/self_private.h"
 #include "osw/task_pool_private.h"
 #include "osw/task_priority.h"
+#include "osw/task_private.h"
 #include "osw/task_registry.h"
 
 void oswMoveWorker(OswPoolWorker& worker, ClbLstHead* list) {
@@ -60,13 +61,23 @@ class WorkerEnd {
     bool returns_ = false;
 };
 
+/* The worker's priority after a job, by the policy of now. Most jobs leave it as it is: there is
+ * nothing to ask of the kernel then. */
+static void putBackPriority(int32_t priority) {
+    const OswScheduling own = oswSchedulingFor(oswDefaultPolicy(), priority);
+    OswScheduling now;
+    if (oswOwnScheduling(&now) != ZAT_OK || now.policy != own.policy ||
+        now.priority != own.priority)
+        zatOSWSetTaskPriority(oswSelf(), priority);
+}
+
 static void runJob(const OswPoolWorker& worker, int32_t priority) {
     char name[ZAT_TASK_NAME_BUFFER_SIZE] = "";
     memcpy(name, worker.jobName, sizeof worker.jobName);
     zatOSWSetTaskNameSelf(name);
     const uint32_t* a = worker.arguments.word;
     worker.entry(a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
-    zatOSWSetTaskPriority(oswSelf(), priority);
+    putBackPriority(priority);
 }
 
 /* Ends idle workers until so many are ended in all, this one included. */
