@@ -78,7 +78,7 @@ bool readOptions(int count, char** words, Options& options) {
         double number = 0.0;
         if (isConsoleOption(word)) {
             // The console looks for them itself; one of them has a value.
-            if (strcmp(word, "--c") == 0 && words[i + 1] != nullptr) ++i;
+            if (strcmp(word, "--c") == 0 && i + 1 < count) ++i;
         } else if (strcmp(word, "--report") == 0) {
             options.reports = true;
         } else if (strcmp(word, "--help") == 0) {
