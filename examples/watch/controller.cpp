@@ -1,5 +1,7 @@
 #include "controller.h"
 
+#include <math.h>
+
 #include "report.h"
 #include "trace.h"
 
@@ -27,7 +29,7 @@ void Controller::take(const Reading& reading) {
     double threshold = 0.0;
     if (!keep(reading, threshold)) return;
     // Whoever listens to alarms may be slow; readings go on coming.
-    zatOSWQueueTaskPool(alarms_, "alarm", runAlarm, static_cast<uint32_t>(threshold * 10.0 + 0.5),
+    zatOSWQueueTaskPool(alarms_, "alarm", runAlarm, static_cast<uint32_t>(lround(threshold * 10.0)),
                         0, 0, 0, 0, 0, 0, 0, 0, 0);
 }
 

@@ -5,29 +5,18 @@
 #include "gen/console/commands_private.h"
 #include "gen/console/tape_private.h"
 
-/* A file's name: the next word, or a line that is asked for; null when there is none. */
-class FileName {
-  public:
-    FileName(GenCommandLine& line, const char* question) : text_(line.nextWord()) {
-        if (text_ != nullptr) return;
+/* Opens the file that the next word names, or else a line that is asked for; says so when it cannot
+ * be opened. */
+static GenFile openFile(GenCommandLine& line, const char* question, const char* mode) {
+    char answer[ZAT_GEN_COMMAND_LINE_SIZE];
+    const char* name = line.nextWord();
+    if (name == nullptr) {
         genSay("%s", question);
-        text_ = zatGENGetInput(answer_, sizeof answer_);
+        name = zatGENGetInput(answer, sizeof answer);
     }
-    FileName(const FileName&) = delete;
-    FileName& operator=(const FileName&) = delete;
-
-    const char* text() const { return text_; }
-
-  private:
-    const char* text_;
-    char answer_[ZAT_GEN_COMMAND_LINE_SIZE];
-};
-
-/* Opens a file, and says so when it cannot be opened. */
-static GenFile openFile(const FileName& name, const char* mode) {
-    if (name.text() == nullptr) return nullptr;
-    GenFile file(fopen(name.text(), mode));
-    if (file == nullptr) genSay("< ERROR > could not open file : %s.\n", name.text());
+    if (name == nullptr) return nullptr;
+    GenFile file(fopen(name, mode));
+    if (file == nullptr) genSay("< ERROR > could not open file : %s.\n", name);
     return file;
 }
 
@@ -37,8 +26,7 @@ static void refuse(const char* mode) {
 
 void genRunRecord(GenCommandLine& line) {
     if (genTapeRuns()) return refuse("record");
-    const FileName name(line, "Input record file name.\n");
-    GenFile file = openFile(name, "we");
+    GenFile file = openFile(line, "Input record file name.\n", "we");
     if (file != nullptr && !genStartRecording(std::move(file))) refuse("record");
 }
 
@@ -60,8 +48,7 @@ static bool ask(const char* question, int32_t& number) {
 
 void genRunPlay(GenCommandLine& line) {
     if (genTapeRuns()) return refuse("play");
-    const FileName name(line, "Input play file name.\n");
-    GenFile file = openFile(name, "rbe");
+    GenFile file = openFile(line, "Input play file name.\n", "rbe");
     int32_t step = 0;
     int32_t repeat = 0;
     if (file == nullptr || !ask("Select step mode : 1(Yes) or 0(No)\n", step) ||
