@@ -12,7 +12,7 @@
 
 #include "clb/list_walk_private.h"
 #include "osw/mem_header_private.h"
-#include "osw/org_freed_private.h"
+#include "osw/mem_part.h"
 
 template <class Content>
 static Content* allocate(uint32_t sizeBytes) {
@@ -126,27 +126,45 @@ ZatStatus zatCLBHshDelByNode(ClbHshTable* table, ClbHshNode* node) {
     return remove(table, bucket, isThere ? node : nullptr);
 }
 
-/* Moves all nodes out of the buckets, which are freed, into an array that has room for them. */
-static void gather(ClbHshTable* table, ClbHshNode** nodes) {
-    ClbHshNode** next = nodes;
-    freeBuckets(table, [&next](ClbHshNode* node) { *next++ = node; });
-    zatOSWOrgFreeMemPart(0, table->buckets);
-    while (next != nodes)
-        (*--next)->links = {};
-}
+/* All nodes of a table in an array, which is freed at the end of the scope unless it is left. */
+class GatheredNodes {
+  public:
+    explicit GatheredNodes(uint32_t count)
+        : nodes_(allocate<ClbHshNode*>(oswArraySize(count, sizeof(ClbHshNode*)))) {}
+    GatheredNodes(const GatheredNodes&) = delete;
+    GatheredNodes& operator=(const GatheredNodes&) = delete;
+    ~GatheredNodes() { zatOSWOrgFreeMemPart(0, nodes_); }
+
+    bool hasRoom() const { return nodes_ != nullptr; }
+
+    /* Moves the nodes out of the buckets, which are freed. */
+    void take(ClbHshTable* table) {
+        ClbHshNode** next = nodes_;
+        freeBuckets(table, [&next](ClbHshNode* node) { *next++ = node; });
+        zatOSWOrgFreeMemPart(0, table->buckets);
+        while (next != nodes_)
+            (*--next)->links = {};
+    }
+
+    ClbHshNode* operator[](uint32_t i) const { return nodes_[i]; }
+
+    void leave() { nodes_ = nullptr; }
+
+  private:
+    ClbHshNode** nodes_;
+};
 
 ZatStatus zatCLBHshResize(ClbHshTable* table, uint32_t bucketCount) {
     const uint32_t count = table->count;
     if (count == 0) return ZAT_CLB_HASH_NO_MEMORY;
-    OswOrgFreed<ClbHshNode*[]> nodes(
-        allocate<ClbHshNode*>(oswArraySize(count, sizeof(ClbHshNode*))));
-    if (nodes == nullptr) return ZAT_CLB_HASH_NO_MEMORY;
-    gather(table, nodes.get());
+    GatheredNodes nodes(count);
+    if (!nodes.hasRoom()) return ZAT_CLB_HASH_NO_MEMORY;
+    nodes.take(table);
     if (zatCLBHshInit(table, bucketCount) != ZAT_OK) return ZAT_CLB_HASH_RESIZE_FAILED;
     for (uint32_t i = 0; i < count; ++i) {
         if (insert(table, nodes[i], nodes[i]->key)) continue;
-        /* The array stays: nothing else leads to the nodes that are left. */
-        static_cast<void>(nodes.release());
+        /* Nothing else leads to the nodes that are in no bucket. */
+        nodes.leave();
         return ZAT_CLB_HASH_RESIZE_FAILED;
     }
     return ZAT_OK;

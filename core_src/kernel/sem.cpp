@@ -7,14 +7,16 @@
 
 #include <stddef.h>
 
+#include <utility>
+
 #include "kernel/kernel.h"
 #include "kernel/wait_private.h"
 #include "osw/count_sem.h"
 #include "osw/event_sem.h"
 #include "osw/handle_private.h"
 #include "osw/init.h"
+#include "osw/mem_part.h"
 #include "osw/mutex_sem.h"
-#include "osw/org_freed_private.h"
 
 struct CompatSemHandle {
     int32_t kind;
@@ -42,17 +44,28 @@ static const KernelSemKind* findKind(int32_t kind) {
     return kind >= binary && kind <= counting ? &kinds[kind] : nullptr;
 }
 
+/* A handle whose semaphore is being made; undone at the end of the scope unless it is given out. */
+struct KernelSemMaker {
+    CompatSemHandle* handle;
+
+    explicit KernelSemMaker(void* memory) : handle(static_cast<CompatSemHandle*>(memory)) {}
+    KernelSemMaker(const KernelSemMaker&) = delete;
+    KernelSemMaker& operator=(const KernelSemMaker&) = delete;
+    ~KernelSemMaker() { zatOSWOrgFreeMemPart(0, handle); }
+    ZatKernelSem finish() { return oswWord(std::exchange(handle, nullptr)); }
+};
+
 /* Initialised first: the handle is charged to a task that is registered then. */
 template <class Create>
 static ZatKernelSem make(int32_t kind, Create create) {
     if (zatOSWInit() != ZAT_OK) return 0;
     void* memory = nullptr;
     if (zatOSWOrgAllocMemPart(0, &memory, sizeof(CompatSemHandle)) != ZAT_OK) return 0;
-    OswOrgFreed<CompatSemHandle> handle(static_cast<CompatSemHandle*>(memory));
-    *handle = {kind, 0};
+    KernelSemMaker maker(memory);
+    *maker.handle = {kind, 0};
     /* No memory for a mutex is success without one. */
-    if (create(&handle->sem) != ZAT_OK || handle->sem == 0) return 0;
-    return oswWord(handle.release());
+    if (create(&maker.handle->sem) != ZAT_OK || maker.handle->sem == 0) return 0;
+    return maker.finish();
 }
 
 ZatKernelSem semBCreate(uint32_t options, uint32_t initialState) {
