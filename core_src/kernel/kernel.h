@@ -15,7 +15,9 @@
  * The calls lock nothing themselves; the objects behind them do. Each is a step away from a call of
  * the OS wrapper, which may be used on the same tasks, queues and partitions: where there is no
  * kernel-style call, as for deleting a queue or a task or freeing a block, that is what to use.
- * Calls that create something bring the library up first; the caller then becomes "mainThread".
+ * Calls that create something bring the library up first; the caller then becomes "mainThread". A
+ * program that ends calls zatOSWTerm() (osw/init.h), or leaves what processes share to the next
+ * one.
  */
 #ifndef ZATOSW_KERNEL_KERNEL_H
 #define ZATOSW_KERNEL_KERNEL_H

@@ -83,9 +83,9 @@ static bool buildPlant(void) {
     plant.lock = semMCreate(0);
     plant.watchdog = wdCreate();
     plant.tally = (Tally*)memPartAlloc(sysPartId, sizeof(Tally));
-    if (plant.tally != NULL) *plant.tally = nothing;
+    if (plant.tally != nullptr) *plant.tally = nothing;
     return plant.readings != 0 && plant.alarm != 0 && plant.resume != 0 && plant.finished != 0 &&
-           plant.lock != 0 && plant.watchdog != 0 && plant.tally != NULL;
+           plant.lock != 0 && plant.watchdog != 0 && plant.tally != nullptr;
 }
 
 static bool startTasks(uint32_t readings) {
@@ -123,7 +123,7 @@ static bool clearPlant(void) {
 }
 
 int main(int count, char** arguments) {
-    const uint32_t readings = count > 1 ? (uint32_t)strtoul(arguments[1], NULL, 10) : 20;
+    const uint32_t readings = count > 1 ? (uint32_t)strtoul(arguments[1], nullptr, 10) : 20;
     if (readings == 0) {
         fprintf(stderr, "usage: kernelstyle [READINGS]\n");
         return 2;
