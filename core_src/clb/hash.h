@@ -10,6 +10,17 @@
  * zatOSWOrgAllocMemPart()): a status that tells of no memory is seen only where that allocation is
  * replaced.
  *
+ *     static uint32_t hashNumber(ClbHshTable* table, uint32_t key) {
+ *         return (key * 2654435769u >> 16) & table->mask;
+ *     }
+ *     ClbHshTable valves = {0};
+ *     valves.create = newValve;
+ *     valves.destroy = freeValve;
+ *     valves.hash = hashNumber;
+ *     valves.compare = compareNumbers;
+ *     zatCLBHshInit(&valves, 1024);
+ *     zatCLBHshAdd(&valves, 17, 0, 0);
+ *
  * No call locks or waits, beyond the registry lock of an allocation, or writes to the trace:
  * callers serialise all calls on one table, the reading ones against the changing ones. A callback
  * must not change the table that it is called for.
