@@ -13,17 +13,18 @@ static std::string number(uint32_t value) {
 }
 
 // A holder or server that cannot give back what it has.
-static void checkHolder(const IpcObjectEntry& entry, std::vector<std::string>& wrong) {
+static void checkHolder(const IpcObjectEntry& entry, Findings& findings) {
     const IpcThread holder = holderOf(entry);
     const bool isHeld = holder.process != 0 || (entry.type == IPC_MUTEX && entry.sem.value > 0);
     if (!isHeld || isAlive(holder.process)) return;
     const std::string who = "process " + number(holder.process) + " is dead and ";
     if (entry.type == IPC_TIMER)
-        wrong.push_back(describe(entry) + ": " + who + "serves it");
+        findings.wrong.push_back(describe(entry) + ": " + who + "serves it");
     else if (entry.type == IPC_SE_LOCK && entry.lock.depth == 0)
-        wrong.push_back(describe(entry) + ": " + who + "was the last to share it");
+        // It may have given its hold back before: who else shares, the table does not know.
+        findings.notes.push_back(describe(entry) + ": " + who + "was the last to share it");
     else
-        wrong.push_back(describe(entry) + ": " + who + "holds it");
+        findings.wrong.push_back(describe(entry) + ": " + who + "holds it");
 }
 
 // The System V objects that an entry names, as the entry has them.
@@ -99,7 +100,7 @@ static void checkTable(const KeyDirectory& directory, const Table& table, Findin
     if (!isReadable(table)) return;
     for (const TableEntry& object : table.entries) {
         if (object.entry.type >= IPC_TYPES) continue;  // said already
-        checkHolder(object.entry, findings.wrong);
+        checkHolder(object.entry, findings);
         checkObjectsOf(directory, object.entry, findings.wrong);
         checkFigures(object, findings.wrong);
     }

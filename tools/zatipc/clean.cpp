@@ -121,7 +121,7 @@ Cleaning cleanUp(const KeyDirectory& directory, uint32_t waitMs,
                  const std::vector<Leftover>& plan) {
     Cleaning cleaning;
     TimedLock global;
-    const int semId = ownObjects(objectsOf(directory.key(tableName)), {1, false, false, 0}).semId;
+    const int semId = objectsOf(directory.key(tableName)).semId;
     cleaning.failure = refusalOf(global.take(semId, waitMs));
     if (!cleaning.failure.empty()) return cleaning;
     TableFileLock file;
@@ -130,8 +130,10 @@ Cleaning cleanUp(const KeyDirectory& directory, uint32_t waitMs,
         return cleaning;
     }
     const Table table = readTable(directory, {waitMs, false, true});
-    // What is held may be the semaphore of a table that has gone meanwhile.
-    if (isLiving(table) && !(global.isHeld() && table.globalSem == semId))
+    // From here on nobody makes another one: only under the lock of the file that could be done.
+    if (table.globalSem != semId)
+        cleaning.failure = "a process has started or ended meanwhile";
+    else if (isLiving(table) && !global.isHeld())
         cleaning.failure = "the table is in use, and its global semaphore cannot be taken";
     std::vector<Leftover> found;
     if (cleaning.failure.empty() && findLeftovers(directory, table, found) != 0)

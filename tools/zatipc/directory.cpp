@@ -11,6 +11,7 @@
 #include <memory>
 
 key_t KeyDirectory::key(const std::string& name) const {
+    errno = 0;  // also for an inode whose key would be none
     struct stat info;
     return stat(path(name).c_str(), &info) == 0 ? static_cast<key_t>(info.st_ino) : 0;
 }

@@ -53,7 +53,7 @@ std::string detailsText(const TableEntry& object) {
     std::string text;
     for (const Field& field : fieldsOf(object)) {
         std::string label = field.label + ':';
-        label.resize(std::max<size_t>(label.size() + 1, 22), ' ');
+        label.resize(std::max<size_t>(label.size() + 1, 24), ' ');
         text += label + shownName(field.text) + '\n';
     }
     return text;
