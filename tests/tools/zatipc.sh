@@ -58,7 +58,7 @@ says 'nothing to remove'
 # Living: every kind, on two pages, looked at as often as one likes.
 start objects 50
 run 0 list
-says ': 57 objects on 2 pages; 1 processes counted, 1 attached; 4096 bytes in partitions' \
+says "^used by $living " ': 57 objects on 2 pages; 1 processes counted, 1 attached; 4096 bytes in partitions' \
     "^m +mutex +1 +$living +[0-9]+ +alive +0 +taken$" '^c +count +1 +- +- +- +1 +0$' \
     '^e +event +1 .* 0 +posted$' '^q +queue .* 0\+0 +1 of 3 x 8 bytes$' \
     "^t +timer +1 +$living +- +alive +- +started, 3600000 ms$" \
@@ -95,6 +95,17 @@ run 1 clean
 [ -e "$keys/lone_msg" ] || fail "removed without a yes"
 run 0 clean --yes
 [ "$(grep -c ^removed: "$dir/out")" -eq 3 ] || fail "not three are removed"
+own=$(objects write $table 0 0)
+touch "$keys/lone_msg"
+run 2 clean --yes
+says 'nothing is removed: the table is in use and damaged'
+objects write $table 0 "$own" >/dev/null
+mv "$keys/$table" "$keys/lost"  # as when old files are tidied away
+run 1 check
+says 'processes use a table whose key file is gone'
+run 2 clean --yes
+mv "$keys/lost" "$keys/$table"
+run 0 clean --yes
 [ -n "${ZATOSW_SHARED_IPC-}" ] || [ "$(ipcs -s | grep -c ' 4 *$')" -eq 1 ] || fail "others' are gone"
 [ -e "$keys/application" ] || fail "an unknown file is gone"
 run 0
@@ -107,12 +118,12 @@ start objects 0
 first=$living
 exec 9>&8
 for lock in zatoswipcmsem $table; do
-    start hold $lock
+    start hold "$lock"
     run 1 list
     says "$lock is held, last taken by process $living \(alive\)" '^m .* alive .* taken$' '^p .* 120 of'
     run 1 check
     says "^lock semaphore $lock is held"
-    if [ $lock = $table ]; then  # somebody may be making what looks like nobody's
+    if [ "$lock" = $table ]; then  # somebody may be making what looks like nobody's
         touch "$keys/lone_msg"
         run 2 clean --yes
         says 'not all is removed: lock semaphore'

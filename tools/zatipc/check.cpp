@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "leftover.h"
+#include "lost_table.h"
 #include "object.h"
 
 static std::string number(uint32_t value) {
@@ -27,20 +28,6 @@ static void checkHolder(const IpcObjectEntry& entry, Findings& findings) {
         findings.wrong.push_back(describe(entry) + ": " + who + "holds it");
 }
 
-// The System V objects that an entry names, as the entry has them.
-static SysvObjects namedObjects(const IpcObjectEntry& entry) {
-    switch (entry.type) {
-    case IPC_QUEUE:
-        return {entry.queue.semId, 2, entry.queue.queueId, -1};
-    case IPC_SE_LOCK:
-        return {entry.lock.semId, 2, -1, -1};
-    case IPC_PARTITION:
-        return {-1, 0, -1, entry.part.segmentId};
-    default:
-        return {entry.sem.semId, 1, -1, -1};
-    }
-}
-
 // Whether the entry's System V objects are those that its name leads others to.
 static void checkObjectsOf(const KeyDirectory& directory, const IpcObjectEntry& entry,
                            std::vector<std::string>& wrong) {
@@ -52,7 +39,7 @@ static void checkObjectsOf(const KeyDirectory& directory, const IpcObjectEntry& 
         return;
     }
     const SysvObjects real = ownObjects(objectsOf(key), kind.shape);
-    const SysvObjects named = namedObjects(entry);
+    const SysvObjects named = objectsIn(entry);
     if (real.semId != named.semId)
         wrong.push_back(describe(entry) + ": its semaphore " + std::to_string(named.semId) +
                         " is gone, or another's");
@@ -118,6 +105,8 @@ static Findings lookOnce(const KeyDirectory& directory, uint32_t waitMs) {
     checkTable(directory, table, findings);
     std::vector<Leftover> leftovers;
     if (findings.error == 0) findings.error = findLeftovers(directory, table, leftovers);
+    if (findLostTable(directory, table) == LostTable::InUse)
+        findings.wrong.emplace_back("processes use a table whose key file is gone");
     if (isReadable(table) && !isLiving(table))
         findings.wrong.emplace_back("no living process has the table");
     for (const Leftover& leftover : leftovers)

@@ -60,8 +60,7 @@ int planCleaning(const KeyDirectory& directory, uint32_t waitMs, std::vector<Lef
                  std::string& refusal) {
     const Table table = readTable(directory, {waitMs, false});
     if (table.error != 0) return table.error;
-    if (isLiving(table) && !isTrustworthy(table))
-        refusal = "the table is in use and damaged: what is nobody's cannot be told";
+    refusal = whyNotTold(directory, table);
     return findLeftovers(directory, table, plan);
 }
 

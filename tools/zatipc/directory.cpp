@@ -35,6 +35,21 @@ int KeyDirectory::list(std::vector<std::string>& names) const {
     return 0;
 }
 
+SysvObjects objectsIn(const IpcObjectEntry& entry) {
+    switch (entry.type) {
+    case IPC_QUEUE:
+        return {entry.queue.semId, 2, entry.queue.queueId, -1};
+    case IPC_SE_LOCK:
+        return {entry.lock.semId, 2, -1, -1};
+    case IPC_TIMER:
+        return {entry.timer.semId, 1, -1, -1};
+    case IPC_PARTITION:
+        return {-1, 0, -1, entry.part.segmentId};
+    default:
+        return {entry.sem.semId, 1, -1, -1};
+    }
+}
+
 SysvObjects objectsOf(key_t key) {
     SysvObjects found;
     if (key == IPC_PRIVATE) return found;  // asking for it would make one

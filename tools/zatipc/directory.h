@@ -40,7 +40,10 @@ class KeyDirectory {
     std::string prefix_;
 };
 
-// Opens nothing, makes nothing.
+// The System V objects that an entry of a known type has in it.
+SysvObjects objectsIn(const IpcObjectEntry& entry);
+
+// What there is under a key; makes nothing.
 SysvObjects objectsOf(key_t key);
 
 // Of the objects, those that a thing of this shape may call its own: keys of other users of

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "lost_table.h"
 #include "osw/ipc/sysv_private.h"
 
 std::string describe(const Leftover& leftover) {
@@ -19,10 +20,13 @@ static bool isInTable(const Table& table, const KeyFileMeaning& meaning) {
     });
 }
 
-// An object of a table's own: somebody sleeps on it, or has it attached. Page 0 is told by the
-// table.
-static bool isInUse(const Leftover& leftover) {
+// Whether somebody sleeps on it or has it attached. Of a table that was lost before anything was in
+// it, the locks tell who used them last; with a table, that was this program.
+static bool isInUse(const Table& table, const Leftover& leftover) {
     const SysvObjects& objects = leftover.objects;
+    if (!table.exists && leftover.meaning.kind == KeyFileKind::TypeLock &&
+        isAlive(lastProcess(objects.semId)))
+        return true;
     for (int i = 0; i < objects.semaphores; ++i)
         if (oswSysvBlocked(objects.semId, static_cast<uint16_t>(i)) > 0) return true;
     SegmentState state;
@@ -46,14 +50,27 @@ static bool isOrphan(const Table& table, const Leftover& candidate) {
 static bool isLeftover(const Table& table, const Leftover& candidate) {
     const KeyFileKind kind = candidate.meaning.kind;
     if (kind == KeyFileKind::Other) return false;
-    if (isLiving(table)) return isTrustworthy(table) && isOrphan(table, candidate);
+    if (isLiving(table)) return isOrphan(table, candidate);
     // The files of further pages stay when the last process has gone, and are used again.
     return kind != KeyFileKind::Page || !candidate.isAlone();
+}
+
+std::string whyNotTold(const KeyDirectory& directory, const Table& table) {
+    if (isLiving(table) && !isTrustworthy(table)) return "the table is in use and damaged";
+    switch (findLostTable(directory, table)) {
+    case LostTable::InUse:
+        return "processes use a table whose key file is gone";
+    case LostTable::Unknown:
+        return "the kernel's list of shared memory cannot be read";
+    default:
+        return {};
+    }
 }
 
 int findLeftovers(const KeyDirectory& directory, const Table& table, std::vector<Leftover>& found) {
     std::vector<std::string> files;
     if (const int error = directory.list(files); error != 0) return error;
+    if (!whyNotTold(directory, table).empty()) return 0;
     for (std::string& file : files) {
         Leftover candidate = {std::move(file), {}, {}};
         candidate.meaning = meaningOf(candidate.file);
@@ -61,7 +78,7 @@ int findLeftovers(const KeyDirectory& directory, const Table& table, std::vector
         const key_t key = directory.key(candidate.file);
         if (key == 0) continue;  // gone meanwhile
         candidate.objects = ownObjects(objectsOf(key), candidate.meaning.shape);
-        if (isLeftover(table, candidate) && !isInUse(candidate)) found.push_back(candidate);
+        if (isLeftover(table, candidate) && !isInUse(table, candidate)) found.push_back(candidate);
     }
     return 0;
 }

@@ -32,7 +32,11 @@ inline bool isTrustworthy(const Table& table) {
     return table.isWhole && table.damage.empty() && table.head.pageCount > 0;
 }
 
-// Sorted by file. Returns 0, or an error number when the directory cannot be read.
+// Why nothing may be called nobody's, although it may look so; empty = it may.
+std::string whyNotTold(const KeyDirectory& directory, const Table& table);
+
+// Sorted by file; none where it cannot be told. Returns 0, or an error number when the directory
+// cannot be read.
 int findLeftovers(const KeyDirectory& directory, const Table& table, std::vector<Leftover>& found);
 
 #endif

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "object.h"
+#include "processes.h"
 
 static constexpr std::string ListRow::*columns[] = {
     &ListRow::name, &ListRow::type,  &ListRow::uses,    &ListRow::process,
@@ -33,8 +34,18 @@ static std::string headText(const KeyDirectory& directory, const Table& table) {
            " at most\n";
 }
 
+// Behind the head, which counts those that may not be looked at as well.
+static std::string processText(const Table& table) {
+    std::string text;
+    for (const Process& process : processesWith(table.segments[0]))
+        text += (text.empty() ? "used by " : ", ") + std::to_string(process.number) + ' ' +
+                shownName(process.name);
+    return text.empty() ? text : text + '\n';
+}
+
 std::string listText(const KeyDirectory& directory, const Table& table) {
     std::string text = headText(directory, table);
+    if (table.attached > 0 && isReadable(table)) text += processText(table);
     if (table.entries.empty()) return text;
     std::vector<ListRow> rows = {
         {"NAME", "TYPE", "USES", "PROCESS", "TASK", "STATE", "WAITERS", "VALUE"}};
@@ -101,6 +112,15 @@ static std::string jsonOf(const TableEntry& object) {
     return '{' + json + '}';
 }
 
+static std::string processJson(const Table& table) {
+    std::string json;
+    if (table.attached > 0 && isReadable(table))
+        for (const Process& process : processesWith(table.segments[0]))
+            json += (json.empty() ? "" : ",") + std::string("{\"process\":") +
+                    std::to_string(process.number) + ",\"name\":" + jsonOf(process.name) + '}';
+    return '[' + json + ']';
+}
+
 std::string listJson(const KeyDirectory& directory, const Table& table) {
     std::string objects;
     for (const TableEntry& object : table.entries)
@@ -113,6 +133,6 @@ std::string listJson(const KeyDirectory& directory, const Table& table) {
            member("pages", static_cast<uint32_t>(table.segments.size())) +
            member("processes", table.head.processCount) + member("attached", table.attached) +
            member("sharedBytes", table.head.shmBytes) + member("sharedPeak", table.head.shmPeak) +
-           ",\"locks\":" + jsonOf(lockFaults(table)) + ",\"damage\":" + jsonOf(table.damage) +
-           ",\"objects\":[" + objects + "]}";
+           ",\"usedBy\":" + processJson(table) + ",\"locks\":" + jsonOf(lockFaults(table)) +
+           ",\"damage\":" + jsonOf(table.damage) + ",\"objects\":[" + objects + "]}";
 }
