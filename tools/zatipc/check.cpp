@@ -1,8 +1,5 @@
 #include "check.h"
 
-#include <sys/msg.h>
-#include <time.h>
-
 #include <algorithm>
 
 #include "leftover.h"
@@ -123,8 +120,7 @@ static void keepCommon(std::vector<std::string>& texts, const std::vector<std::s
 Findings checkObjects(const KeyDirectory& directory, uint32_t waitMs) {
     Findings findings = lookOnce(directory, waitMs);
     if (findings.wrong.empty() || findings.error != 0) return findings;
-    constexpr timespec pause = {0, 50 * 1000 * 1000};
-    nanosleep(&pause, nullptr);
+    pauseFor(50);
     const Findings again = lookOnce(directory, waitMs);
     findings.error = again.error;
     keepCommon(findings.wrong, again.wrong);

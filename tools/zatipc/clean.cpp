@@ -7,7 +7,6 @@
 #include <sys/msg.h>
 #include <sys/shm.h>
 #include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,8 +37,7 @@ class TableFileLock {
         if (file_ < 0) return errno;
         for (uint32_t waited = 0; flock(file_, LOCK_EX | LOCK_NB) != 0; waited += 10) {
             if (waited >= waitMs) return EAGAIN;
-            constexpr timespec pause = {0, 10 * 1000 * 1000};
-            nanosleep(&pause, nullptr);
+            pauseFor(10);
         }
         struct stat held;
         struct stat named;
@@ -56,8 +54,8 @@ class TableFileLock {
 
 }  // namespace
 
-int planCleaning(const KeyDirectory& directory, uint32_t waitMs, std::vector<Leftover>& plan,
-                 std::string& refusal) {
+static int planOnce(const KeyDirectory& directory, uint32_t waitMs, std::vector<Leftover>& plan,
+                    std::string& refusal) {
     const Table table = readTable(directory, {waitMs, false});
     if (table.error != 0) return table.error;
     refusal = whyNotTold(directory, table);
@@ -71,6 +69,18 @@ static bool isPlanned(const std::vector<Leftover>& plan, const Leftover& leftove
         return planned.file == leftover.file && then.semId == now.semId &&
                then.queueId == now.queueId && then.segmentId == now.segmentId;
     });
+}
+
+int planCleaning(const KeyDirectory& directory, uint32_t waitMs, std::vector<Leftover>& plan,
+                 std::string& refusal) {
+    int error = planOnce(directory, waitMs, plan, refusal);
+    if (error != 0 || (plan.empty() && refusal.empty())) return error;
+    // Looked at twice: it may be on its way in or out.
+    pauseFor(50);
+    std::vector<Leftover> again;
+    error = planOnce(directory, waitMs, again, refusal);
+    std::erase_if(plan, [&](const Leftover& leftover) { return !isPlanned(again, leftover); });
+    return error;
 }
 
 // The key file goes last: as long as it is there, what is left can be found.

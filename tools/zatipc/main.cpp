@@ -3,7 +3,6 @@
 #include <errno.h>
 #include <stdio.h>
 #include <string.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <new>
@@ -69,9 +68,7 @@ static ExitStatus watch(const KeyDirectory& directory, const Options& options) {
         const ExitStatus now = list(directory, options);
         if (now != FINE) status = now;
         if (flushOutput() != 0 || now == FAILED || look == options.count) return status;
-        const timespec pause = {static_cast<time_t>(options.intervalMs / 1000),
-                                static_cast<long>(options.intervalMs % 1000 * 1000000)};
-        nanosleep(&pause, nullptr);
+        pauseFor(options.intervalMs);
         if (!isTerminal && !options.json) writeText("\n");
     }
 }

@@ -158,28 +158,36 @@ static void copyAll(const KeyDirectory& directory, int first, const ReadHow& how
     copyEntries(pages, IPC_TYPES, table);
 }
 
-Table readTable(const KeyDirectory& directory, const ReadHow& how) {
-    Table table;
+// One attempt; false when the table went, or came, while the lock was waited for.
+static bool readOnce(const KeyDirectory& directory, const ReadHow& how, Table& table) {
     const key_t key = directory.key(tableName);
     if (key == 0 && errno != ENOENT) table.error = errno;
     const SysvObjects objects = objectsOf(key);
     table.globalSem = objects.semId;
-    if (objects.segmentId == -1) return table;
+    if (objects.segmentId == -1) return true;
     table.exists = true;
-    {
-        TimedLock global;
-        LockState& state = table.locks[IPC_TYPES];
-        if (how.holdsGlobal)
-            state.result = LockResult::Held;
-        else
-            state = global.take(objects.semId, how.waitMs);
-        SegmentState segment;
-        if (lookAtSegment(objects.segmentId, segment)) {
-            table.attached = segment.attached;
-            table.isDead = segment.attached == 0;
-        }
-        copyAll(directory, objects.segmentId, how, table);
+    TimedLock global;
+    LockState& state = table.locks[IPC_TYPES];
+    if (how.holdsGlobal)
+        state.result = LockResult::Held;
+    else
+        state = global.take(objects.semId, how.waitMs);
+    const SysvObjects now = objectsOf(directory.key(tableName));
+    if (now.segmentId != objects.segmentId || now.semId != objects.semId) return false;
+    SegmentState segment;
+    if (lookAtSegment(objects.segmentId, segment)) {
+        table.attached = segment.attached;
+        table.isDead = segment.attached == 0;
     }
+    copyAll(directory, objects.segmentId, how, table);
+    return true;
+}
+
+Table readTable(const KeyDirectory& directory, const ReadHow& how) {
+    Table table;
+    constexpr int attempts = 5;  // in a system where processes come and go all the time
+    for (int i = 1; !readOnce(directory, how, table) && i < attempts; ++i)
+        table = {};
     const auto place = [](const TableEntry& object) {
         return std::pair(object.page, object.index);
     };

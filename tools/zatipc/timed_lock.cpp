@@ -13,13 +13,21 @@ static int64_t nowMs() {
     return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
+static timespec timeOf(int64_t ms) {
+    return {static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000 * 1000000)};
+}
+
+void pauseFor(uint32_t ms) {
+    const timespec time = timeOf(ms);
+    nanosleep(&time, nullptr);
+}
+
 // Takes it once, within a time; returns 0 or the error number.
 static int takeWithin(int semId, uint32_t waitMs) {
     const int64_t deadline = nowMs() + waitMs;
     for (int64_t left = waitMs;; left = deadline - nowMs()) {
         if (left < 0) left = 0;
-        const timespec limit = {static_cast<time_t>(left / 1000),
-                                static_cast<long>(left % 1000 * 1000000)};
+        const timespec limit = timeOf(left);
         sembuf operation = ipcTake;
         if (semtimedop(semId, &operation, 1, &limit) == 0) return 0;
         if (errno != EINTR) return errno;

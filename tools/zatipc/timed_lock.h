@@ -38,6 +38,9 @@ uint32_t lastProcess(int semId);
 // "held by process 812 (alive)" and the like; empty for a lock that could be taken.
 std::string lockText(const LockState& state);
 
+// Before a second look.
+void pauseFor(uint32_t ms);
+
 // False for numbers that no process has, which the library's own look is not made for.
 bool isAlive(uint32_t process);
 
