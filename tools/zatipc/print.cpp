@@ -26,12 +26,15 @@ static std::string lineOf(const ListRow& row, const std::vector<size_t>& widths)
 
 static std::string headText(const KeyDirectory& directory, const Table& table) {
     if (!isReadable(table)) return "no table in " + directory.prefix() + '\n';
-    const auto number = [](size_t value) { return std::to_string(value); };
-    return directory.prefix() + ": " + number(table.entries.size()) + " objects on " +
-           number(table.segments.size()) + " pages; " + number(table.head.processCount) +
-           " processes counted, " + number(table.attached) + " attached; " +
-           number(table.head.shmBytes) + " bytes in partitions, " + number(table.head.shmPeak) +
-           " at most\n";
+    const auto figure = [](const char* what, size_t value) {
+        return std::string(what) + ' ' + std::to_string(value);
+    };
+    return directory.prefix() + figure(": objects", table.entries.size()) +
+           figure(", pages", table.segments.size()) +
+           figure("; processes counted", table.head.processCount) +
+           figure(", attached", table.attached) +
+           figure("; bytes in partitions", table.head.shmBytes) +
+           figure(", at most", table.head.shmPeak) + '\n';
 }
 
 // Behind the head, which counts those that may not be looked at as well.

@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <memory>
@@ -14,6 +15,15 @@ static void closeFile(FILE* file) {
 
 static void closeDirectory(DIR* directory) {
     closedir(directory);
+}
+
+// In another name space, the same number is another segment's.
+static bool isInOurSpace(const std::string& process) {
+    struct stat own;
+    struct stat other;
+    return stat("/proc/self/ns/ipc", &own) == 0 &&
+           stat(("/proc/" + process + "/ns/ipc").c_str(), &other) == 0 &&
+           own.st_dev == other.st_dev && own.st_ino == other.st_ino;
 }
 
 // A process's memory is a list of pieces; a segment's piece has its id in place of an inode.
@@ -46,7 +56,7 @@ std::vector<Process> processesWith(int segmentId) {
     while (const dirent* file = all == nullptr ? nullptr : readdir(all.get())) {
         const std::string process = file->d_name;
         if (process.find_first_not_of("0123456789") != std::string::npos) continue;
-        if (!hasSegment(process, segmentId)) continue;
+        if (!isInOurSpace(process) || !hasSegment(process, segmentId)) continue;
         found.push_back({static_cast<uint32_t>(atol(process.c_str())), nameOfProcess(process)});
     }
     std::sort(found.begin(), found.end(),
