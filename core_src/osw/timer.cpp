@@ -96,15 +96,15 @@ static bool readCountdown(ZatTimer handle, Countdown& countdown) {
     return true;
 }
 
-/* Whether a countdown that has run out is to call: a stop may have come in the last moment, whose
- * event nobody has consumed then. */
+/* Whether a countdown that has run out is to call: a stop may have come in the last moment, and also
+ * after the one that was consumed. Its post must not be left for the next countdown. */
 static bool endCountdown(ZatTimer handle, const TimerEvents& events, bool consumedStop) {
     OswLock lock;
     OswTimerRecord* timer = findOwnTimer(handle, lock);
     if (timer == nullptr) return false;
     const bool wasStopped = timer->stopping != 0;
     timer->counting = timer->stopping = 0;
-    if (wasStopped && !consumedStop) zatOSWResetEventSem(events.stop());
+    if (wasStopped) zatOSWResetEventSem(events.stop());
     return !wasStopped && !consumedStop;
 }
 

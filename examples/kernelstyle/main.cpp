@@ -6,7 +6,7 @@
 
 #include <stdio.h>
 #include <stdlib.h>
-#include <zatosw/kernel/kernel.h>
+#include <zatosw/osw/compat/compat.h>
 
 // What such programs bring along: the kernel's words for what they mean here.
 #define NO_WAIT 0u

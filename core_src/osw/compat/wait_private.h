@@ -1,10 +1,10 @@
 /* What the kernel-style waits have in common: ticks, and errno when the time is up. */
-#ifndef ZATOSW_KERNEL_WAIT_PRIVATE_H
-#define ZATOSW_KERNEL_WAIT_PRIVATE_H
+#ifndef ZATOSW_OSW_COMPAT_WAIT_PRIVATE_H
+#define ZATOSW_OSW_COMPAT_WAIT_PRIVATE_H
 
 #include <errno.h>
 
-#include "kernel/kernel.h"
+#include "osw/compat/compat.h"
 
 static_assert(ETIMEDOUT == ZAT_TIMED_OUT);
 
@@ -14,11 +14,11 @@ inline uint32_t kernelMilliseconds(uint32_t ticks) {
     return static_cast<uint32_t>(product / static_cast<int32_t>(ZAT_KERNEL_TICKS_PER_SECOND));
 }
 
-inline ZatTimeoutMs kernelTimeout(ZatTicks ticks) {
+inline ZatTimeoutMs compatTimeout(ZatTicks ticks) {
     return ticks == 0 || ticks == ZAT_FOREVER ? ticks : kernelMilliseconds(ticks);
 }
 
-inline ZatStatus kernelWaited(ZatStatus status) {
+inline ZatStatus compatWaited(ZatStatus status) {
     if (status == ZAT_TIMED_OUT) errno = ETIMEDOUT;
     return status;
 }

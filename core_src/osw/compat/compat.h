@@ -4,7 +4,7 @@
  * in the manner of a classic real-time kernel, so that code written that way runs on this library.
  *
  * <zatosw/zatosw.h> does not include this header, since its names are plain words that a program
- * may want for itself: ported code includes <zatosw/kernel/kernel.h>. The library does not use
+ * may want for itself: ported code includes <zatosw/osw/compat/compat.h>. The library does not use
  * these calls itself, so a program may also define functions of the same names.
  *
  * Time-outs are in ticks, ZAT_KERNEL_TICKS_PER_SECOND of them in a second; 0 does not wait and
@@ -19,11 +19,11 @@
  * program that ends calls zatOSWTerm() (osw/init.h), or leaves what processes share to the next
  * one.
  */
-#ifndef ZATOSW_KERNEL_KERNEL_H
-#define ZATOSW_KERNEL_KERNEL_H
+#ifndef ZATOSW_OSW_COMPAT_H
+#define ZATOSW_OSW_COMPAT_H
 
-#include "../osw/mem_part.h"
-#include "../osw/status.h"
+#include "../mem_part.h"
+#include "../status.h"
 
 ZATOSW_BEGIN_DECLS
 

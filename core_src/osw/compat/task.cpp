@@ -2,7 +2,7 @@
 
 #include "osw/task.h"
 
-#include "kernel/kernel.h"
+#include "osw/compat/compat.h"
 #include "osw/self_private.h"
 #include "osw/task_registry.h"
 #include "osw/task_var.h"

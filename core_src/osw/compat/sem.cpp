@@ -9,8 +9,8 @@
 
 #include <utility>
 
-#include "kernel/kernel.h"
-#include "kernel/wait_private.h"
+#include "osw/compat/compat.h"
+#include "osw/compat/wait_private.h"
 #include "osw/count_sem.h"
 #include "osw/event_sem.h"
 #include "osw/handle_private.h"
@@ -107,7 +107,7 @@ ZatStatus semTake(ZatKernelSem semaphore, ZatTicks timeout) {
     if (handle == nullptr) return ZAT_FAILED;
     const KernelSemKind* kind = findKind(handle->kind);
     if (kind == nullptr) return ZAT_OK;
-    return kernelWaited(kind->take(handle->sem, kernelTimeout(timeout)));
+    return compatWaited(kind->take(handle->sem, compatTimeout(timeout)));
 }
 
 ZatStatus semFlush(ZatKernelSem semaphore) {

@@ -5,8 +5,8 @@
 
 #include <stddef.h>
 
-#include "kernel/kernel.h"
-#include "kernel/wait_private.h"
+#include "osw/compat/compat.h"
+#include "osw/compat/wait_private.h"
 #include "osw/handle_private.h"
 #include "osw/init.h"
 #include "osw/lock_private.h"

@@ -1,6 +1,6 @@
 // What kernel-style calls hand on; and their handles. A whole program is examples/kernelstyle.
 
-#include "kernel/kernel.h"
+#include "osw/compat/compat.h"
 
 #include <dlfcn.h>
 

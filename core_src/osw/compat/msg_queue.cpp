@@ -2,8 +2,8 @@
 
 #include "osw/msg_queue.h"
 
-#include "kernel/kernel.h"
-#include "kernel/wait_private.h"
+#include "osw/compat/compat.h"
+#include "osw/compat/wait_private.h"
 
 ZatMsgQueue msgQCreate(uint32_t maxMessages, uint32_t maxMessageBytes, uint32_t options) {
     ZatMsgQueue queue = 0;
@@ -13,12 +13,12 @@ ZatMsgQueue msgQCreate(uint32_t maxMessages, uint32_t maxMessageBytes, uint32_t 
 
 ZatStatus msgQSend(ZatMsgQueue queue, const void* message, uint32_t lengthBytes, ZatTicks timeout,
                    uint32_t priority) {
-    return kernelWaited(
-        zatOSWSendMsgQueue(queue, message, lengthBytes, kernelTimeout(timeout), priority));
+    return compatWaited(
+        zatOSWSendMsgQueue(queue, message, lengthBytes, compatTimeout(timeout), priority));
 }
 
 ZatStatus msgQReceive(ZatMsgQueue queue, void* buffer, uint32_t bufferBytes, ZatTicks timeout) {
-    return kernelWaited(zatOSWReceiveMsgQueue(queue, buffer, bufferBytes, kernelTimeout(timeout)));
+    return compatWaited(zatOSWReceiveMsgQueue(queue, buffer, bufferBytes, compatTimeout(timeout)));
 }
 
 int32_t msgQNumMsgs(ZatMsgQueue queue) {

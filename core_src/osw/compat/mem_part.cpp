@@ -2,7 +2,7 @@
 
 #include "osw/mem_part.h"
 
-#include "kernel/kernel.h"
+#include "osw/compat/compat.h"
 
 ZatPartition memPartCreate(void* pool, uint32_t sizeBytes) {
     ZatPartition partition = 0;
