@@ -1,5 +1,7 @@
 #include "osw/timer.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <functional>
 #include <memory>
@@ -8,6 +10,17 @@
 #include "osw/event_sem_private.h"
 #include "osw/timer_private.h"
 #include "osw/worker.h"
+
+static std::function<void(ZatEventSem event, ZatStatus status)> afterWait;
+
+/* In place of the library's, which calls it through the dynamic linker. */
+ZatStatus zatOSWWaitEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs) {
+    static const auto real =
+        reinterpret_cast<decltype(&zatOSWWaitEventSem)>(dlsym(RTLD_NEXT, "zatOSWWaitEventSem"));
+    const ZatStatus status = real(event, timeoutMs);
+    if (const auto call = afterWait) call(event, status);
+    return status;
+}
 
 namespace {
 
@@ -128,6 +141,20 @@ TEST_F(Timer, AStartWhileItRunsIsForTheNextTime) {
     EXPECT_EQ(calls[0].words[0], 1u);
     EXPECT_GE(calls[0].atMs, 99u);
     EXPECT_EQ(calls[1].words[0], 2u);
+}
+
+TEST_F(Timer, StoppedTwiceAndStartedBeforeItsTaskKnowsItCallsAllTheSame) {
+    /* The task has consumed the first stop and has not got any further. */
+    afterWait = [this](ZatEventSem event, ZatStatus status) {
+        if (event != recordOf<OswTimerRecord>(timer).stopEvent || status != ZAT_OK) return;
+        afterWait = nullptr;
+        EXPECT_EQ(zatOSWStopTimer(timer), ZAT_OK);
+        EXPECT_EQ(start(1), ZAT_OK);
+    };
+    ASSERT_EQ(start(60000), ZAT_OK);
+    ASSERT_TRUE(isRunning());
+    ASSERT_EQ(zatOSWStopTimer(timer), ZAT_OK);
+    EXPECT_TRUE(hasCalled(1));
 }
 
 TEST_F(Timer, DeletionWaitsForItsTask) {
