@@ -29,7 +29,7 @@ static void checkHolder(const IpcObjectEntry& entry, Findings& findings) {
 static void checkObjectsOf(const KeyDirectory& directory, const IpcObjectEntry& entry,
                            std::vector<std::string>& wrong) {
     const KindNames& kind = kindNames[entry.type];
-    const std::string file = nameOf(entry) + kind.suffix;
+    const std::string file = nameOf(entry) + ipcKindNames[entry.type].suffix;
     const key_t key = directory.key(file);
     if (key == 0) {
         wrong.push_back(describe(entry) + ": its key file " + shownName(file) + " is gone");

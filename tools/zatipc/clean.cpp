@@ -30,7 +30,7 @@ class TableFileLock {
 
     // Returns 0 or an error number; EAGAIN when others hold it, or have just removed it.
     int take(const KeyDirectory& directory, uint32_t waitMs) {
-        path_ = directory.path(tableName);
+        path_ = directory.path(ipcTableName);
         file_ = open(path_.c_str(), O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         isNew_ = file_ >= 0;
         if (!isNew_) file_ = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
@@ -123,14 +123,14 @@ static void removePlanned(const KeyDirectory& directory, const std::vector<Lefto
 static std::string refusalOf(const LockState& global) {
     if (global.result == LockResult::Held || global.result == LockResult::Missing) return {};
     if (global.result == LockResult::Busy && !isAlive(global.process)) return {};
-    return std::string("lock semaphore ") + tableName + ' ' + lockText(global);
+    return std::string("lock semaphore ") + ipcTableName + ' ' + lockText(global);
 }
 
 Cleaning cleanUp(const KeyDirectory& directory, uint32_t waitMs,
                  const std::vector<Leftover>& plan) {
     Cleaning cleaning;
     TimedLock global;
-    const int semId = objectsOf(directory.key(tableName)).semId;
+    const int semId = objectsOf(directory.key(ipcTableName)).semId;
     cleaning.failure = refusalOf(global.take(semId, waitMs));
     if (!cleaning.failure.empty()) return cleaning;
     TableFileLock file;

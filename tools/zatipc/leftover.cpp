@@ -25,7 +25,7 @@ static bool isInTable(const Table& table, const KeyFileMeaning& meaning) {
 static bool isInUse(const Table& table, const Leftover& leftover) {
     const SysvObjects& objects = leftover.objects;
     if (!table.exists && leftover.meaning.kind == KeyFileKind::TypeLock &&
-        isAlive(lastProcess(objects.semId)))
+        isAlive(oswSysvLastProcess(objects.semId)))
         return true;
     for (int i = 0; i < objects.semaphores; ++i)
         if (oswSysvBlocked(objects.semId, static_cast<uint16_t>(i)) > 0) return true;

@@ -26,8 +26,8 @@ static bool isOfDirectory(const KeyDirectory& directory, const IpcObjectEntry& e
     if (entry.useCount == 0 || entry.type >= IPC_TYPES) return false;
     const KindNames& kind = kindNames[entry.type];
     const SysvObjects named = objectsIn(entry);
-    const SysvObjects real =
-        ownObjects(objectsOf(directory.key(nameOf(entry) + kind.suffix)), kind.shape);
+    const SysvObjects real = ownObjects(
+        objectsOf(directory.key(nameOf(entry) + ipcKindNames[entry.type].suffix)), kind.shape);
     return (named.semId != -1 && named.semId == real.semId) ||
            (named.segmentId != -1 && named.segmentId == real.segmentId);
 }

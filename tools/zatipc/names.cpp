@@ -5,13 +5,10 @@
 #include <string_view>
 
 const KindNames kindNames[IPC_TYPES] = {
-    {"mutex", "zatoswipcmsem", "_msem", {1, false, false, 0}},
-    {"count", "zatoswipccsem", "_csem", {1, false, false, 0}},
-    {"event", "zatoswipcesem", "_esem", {1, false, false, 0}},
-    {"queue", "zatoswipcmsg", "_msg", {2, true, false, 0}},
-    {"timer", "zatoswipctmr", "_tmr", {1, false, false, 0}},
-    {"lock", "zatoswipcsel", "_sel", {2, false, false, 0}},
-    {"partition", "zatoswipcshm", "_shm", {0, false, true, 0}},
+    {"mutex", {1, false, false, 0}},    {"count", {1, false, false, 0}},
+    {"event", {1, false, false, 0}},    {"queue", {2, true, false, 0}},
+    {"timer", {1, false, false, 0}},    {"lock", {2, false, false, 0}},
+    {"partition", {0, false, true, 0}},
 };
 
 static constexpr SysvShape pageShape = {0, false, true, sizeof(IpcGlobalPage)};
@@ -22,16 +19,17 @@ static bool isNumber(std::string_view text) {
 }
 
 KeyFileMeaning meaningOf(const std::string& file) {
-    if (file == tableName) return {KeyFileKind::Table, 0, {}, tableShape};
-    if (file.starts_with(tableName) && isNumber(std::string_view(file).substr(strlen(tableName))))
+    if (file == ipcTableName) return {KeyFileKind::Table, 0, {}, tableShape};
+    if (file.starts_with(ipcTableName) &&
+        isNumber(std::string_view(file).substr(strlen(ipcTableName))))
         return {KeyFileKind::Page, 0, {}, pageShape};
     for (uint32_t type = 0; type < IPC_TYPES; ++type) {
-        const KindNames& kind = kindNames[type];
-        if (file == kind.lockName) return {KeyFileKind::TypeLock, type, {}, {1, false, false, 0}};
-        if (!file.ends_with(kind.suffix)) continue;
-        const std::string object = file.substr(0, file.size() - strlen(kind.suffix));
+        const IpcKindNames& names = ipcKindNames[type];
+        if (file == names.lock) return {KeyFileKind::TypeLock, type, {}, {1, false, false, 0}};
+        if (!file.ends_with(names.suffix)) continue;
+        const std::string object = file.substr(0, file.size() - strlen(names.suffix));
         if (object.size() >= IpcObjectEntry::nameSize) break;
-        return {KeyFileKind::Object, type, object, kind.shape};
+        return {KeyFileKind::Object, type, object, kindNames[type].shape};
     }
     return {KeyFileKind::Other, 0, {}, {}};
 }

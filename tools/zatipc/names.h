@@ -1,10 +1,10 @@
-// What the library calls the things that processes share: the names of the key files.
+// What key files are for, and what things are called here.
 #ifndef ZATIPC_NAMES_H
 #define ZATIPC_NAMES_H
 
 #include <string>
 
-#include "osw/ipc/page_private.h"
+#include "osw/ipc/names_private.h"
 
 // The System V objects behind one key: which of them there are, and how large.
 struct SysvShape {
@@ -15,16 +15,11 @@ struct SysvShape {
 };
 
 struct KindNames {
-    const char* word;      // what the type is called here
-    const char* lockName;  // key file of the lock semaphore of its entries
-    const char* suffix;    // of an object's key file
+    const char* word;  // what the type is called here
     SysvShape shape;
 };
 
 extern const KindNames kindNames[IPC_TYPES];
-
-// The key of page 0 and of the global semaphore; further pages have a number behind it.
-inline constexpr char tableName[] = "zatoswipcglobalshm";
 
 enum class KeyFileKind { Object, TypeLock, Table, Page, Other };
 

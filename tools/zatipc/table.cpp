@@ -91,7 +91,7 @@ static PartUse surveyed(const ShmHeap& heap, PartUse use) {
 static PartUse usePart(const KeyDirectory& directory, const IpcObjectEntry& entry, bool survey) {
     PartUse use;
     SegmentState state;
-    const key_t key = directory.key(nameOf(entry) + kindNames[IPC_PARTITION].suffix);
+    const key_t key = directory.key(nameOf(entry) + ipcKindNames[IPC_PARTITION].suffix);
     if (entry.part.segmentId == -1 || objectsOf(key).segmentId != entry.part.segmentId ||
         !lookAtSegment(entry.part.segmentId, state))
         return use;
@@ -119,7 +119,7 @@ static void copyEntries(const std::vector<Page>& pages, uint32_t type, Table& ta
 static void copyType(const KeyDirectory& directory, const std::vector<Page>& pages, uint32_t type,
                      const ReadHow& how, Table& table) {
     TimedLock lock;
-    const key_t key = directory.key(kindNames[type].lockName);
+    const key_t key = directory.key(ipcKindNames[type].lock);
     table.locks[type] = lock.take(objectsOf(key).semId, how.waitMs);
     copyEntries(pages, type, table);
     if (type != IPC_PARTITION) return;
@@ -160,7 +160,7 @@ static void copyAll(const KeyDirectory& directory, int first, const ReadHow& how
 
 // One attempt; false when the table went, or came, while the lock was waited for.
 static bool readOnce(const KeyDirectory& directory, const ReadHow& how, Table& table) {
-    const key_t key = directory.key(tableName);
+    const key_t key = directory.key(ipcTableName);
     if (key == 0 && errno != ENOENT) table.error = errno;
     const SysvObjects objects = objectsOf(key);
     table.globalSem = objects.semId;
@@ -172,7 +172,7 @@ static bool readOnce(const KeyDirectory& directory, const ReadHow& how, Table& t
         state.result = LockResult::Held;
     else
         state = global.take(objects.semId, how.waitMs);
-    const SysvObjects now = objectsOf(directory.key(tableName));
+    const SysvObjects now = objectsOf(directory.key(ipcTableName));
     if (now.segmentId != objects.segmentId || now.semId != objects.semId) return false;
     SegmentState segment;
     if (lookAtSegment(objects.segmentId, segment)) {
@@ -202,7 +202,7 @@ std::vector<std::string> lockFaults(const Table& table) {
     if (!isReadable(table)) return faults;
     for (uint32_t i = 0; i <= IPC_TYPES; ++i) {
         const std::string text = lockText(table.locks[i]);
-        const char* name = i == IPC_TYPES ? tableName : kindNames[i].lockName;
+        const char* name = i == IPC_TYPES ? ipcTableName : ipcKindNames[i].lock;
         if (!text.empty()) faults.push_back(std::string("lock semaphore ") + name + ' ' + text);
     }
     return faults;

@@ -34,12 +34,6 @@ static int takeWithin(int semId, uint32_t waitMs) {
     }
 }
 
-uint32_t lastProcess(int semId) {
-    // Without a fourth argument, which would be a union, and no int on PowerPC.
-    const int process = semctl(semId, 0, GETPID);
-    return process > 0 ? static_cast<uint32_t>(process) : 0;
-}
-
 LockState TimedLock::take(int semId, uint32_t waitMs) {
     if (semId < 0) return {};
     const int error = takeWithin(semId, waitMs);
@@ -49,7 +43,7 @@ LockState TimedLock::take(int semId, uint32_t waitMs) {
     }
     if (error == EIDRM || error == EINVAL) return {};
     if (error != EAGAIN) return {LockResult::Failed, 0, 0, error};
-    return {LockResult::Busy, lastProcess(semId), 0, 0};
+    return {LockResult::Busy, oswSysvLastProcess(semId), 0, 0};
 }
 
 void TimedLock::release() {

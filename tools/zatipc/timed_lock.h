@@ -32,9 +32,6 @@ class TimedLock {
     int semId_ = -1;
 };
 
-// The process that operated last on a set's first semaphore, as the kernel knows; 0 = unknown.
-uint32_t lastProcess(int semId);
-
 // "held by process 812 (alive)" and the like; empty for a lock that could be taken.
 std::string lockText(const LockState& state);
 

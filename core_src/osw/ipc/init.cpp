@@ -12,12 +12,11 @@
 #include "osw/ipc/key.h"
 #include "osw/ipc/key_private.h"
 #include "osw/ipc/kind_private.h"
+#include "osw/ipc/names_private.h"
 #include "osw/ipc/timer_private.h"
 #include "osw/ipc/wait_private.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
-
-static constexpr char globalName[] = "zatoswipcglobalshm";
 
 static uint32_t initCount;
 
@@ -92,7 +91,7 @@ struct GlobalAttempt {
 
 /* Takes back what an attempt has made, which nobody else has seen in use. */
 static void discardGlobal(IpcLock& lock, const GlobalSem& global, bool fileIsOurs) {
-    if (fileIsOurs) zatOSWIpcRevokeServerIpcKey(globalName);
+    if (fileIsOurs) zatOSWIpcRevokeServerIpcKey(ipcTableName);
     if (!global.created) return;
     oswSysvRemove(global.id);
     lock.forget();
@@ -104,22 +103,22 @@ static void discardGlobal(IpcLock& lock, const GlobalSem& global, bool fileIsOur
  * time may find the semaphore unset, and set it.
  */
 static GlobalAttempt openGlobal(GlobalSem& global, bool& fileIsNew) {
-    const ZatStatus status = oswIpcFindKey(globalName, &global.key, &fileIsNew);
+    const ZatStatus status = oswIpcFindKey(ipcTableName, &global.key, &fileIsNew);
     if (status != ZAT_OK) return {status, status == ZAT_IPC_KEY_STAT_FAILED};
-    const IpcKeyFileLock file(globalName);
+    const IpcKeyFileLock file(ipcTableName);
     errno = 0;
-    if (!file.isHeld() || !oswIpcKeyIsCurrent(globalName, global.key)) {
+    if (!file.isHeld() || !oswIpcKeyIsCurrent(ipcTableName, global.key)) {
         /* Revoked meanwhile, by those who were leaving; or it cannot be looked at. */
         const bool again = errno == 0 || errno == ENOENT;
-        if (fileIsNew && !again) zatOSWIpcRevokeServerIpcKey(globalName);
+        if (fileIsNew && !again) zatOSWIpcRevokeServerIpcKey(ipcTableName);
         return {ZAT_IPC_KEY_STAT_FAILED, again};
     }
     if (!getSemaphore(global.key, global.id, global.created)) {
-        if (fileIsNew) zatOSWIpcRevokeServerIpcKey(globalName);
+        if (fileIsNew) zatOSWIpcRevokeServerIpcKey(ipcTableName);
         return {ZAT_IPC_SEMGET_FAILED, false};
     }
     if (!isUnset(global.id) || oswSysvSetValue(global.id, 1) == 0) return {ZAT_OK, false};
-    return {failSetting(global.id, global.created, globalName), false};
+    return {failSetting(global.id, global.created, ipcTableName), false};
 }
 
 static GlobalAttempt tryGlobal(IpcLock& lock, GlobalSem& global) {
@@ -129,7 +128,7 @@ static GlobalAttempt tryGlobal(IpcLock& lock, GlobalSem& global) {
     if (lock.take(global.id) != ZAT_OK)
         return {ZAT_IPC_SEMOP_FAILED, errno == EIDRM || errno == EINVAL};
     errno = 0;
-    if (oswIpcKeyIsCurrent(globalName, global.key)) return {ZAT_OK, false};
+    if (oswIpcKeyIsCurrent(ipcTableName, global.key)) return {ZAT_OK, false};
     const bool cannotLook = errno != 0 && errno != ENOENT;
     discardGlobal(lock, global, fileIsNew && cannotLook);
     lock.release();
@@ -150,7 +149,7 @@ static void removeTable() {
     for (uint32_t type = 0; type < IPC_TYPES; ++type) {
         if (oswIpcTypes[type].lockSem == -1) continue;
         oswSysvRemove(oswIpcTypes[type].lockSem);
-        zatOSWIpcRevokeServerIpcKey(oswIpcKinds[type].lockName);
+        zatOSWIpcRevokeServerIpcKey(ipcKindNames[type].lock);
     }
     if (oswIpcFirstPage() == nullptr) return;
     oswIpcAttachAllPages();
@@ -160,8 +159,8 @@ static void removeTable() {
 
 /* While it is held: who waits for it starts over. */
 static void removeGlobal(IpcLock& lock, int semId) {
-    const IpcKeyFileLock file(globalName);
-    zatOSWIpcRevokeServerIpcKey(globalName);
+    const IpcKeyFileLock file(ipcTableName);
+    zatOSWIpcRevokeServerIpcKey(ipcTableName);
     oswSysvRemove(semId);
     lock.forget();
 }
@@ -189,7 +188,7 @@ static ZatStatus openTypeLocks() {
     const bool isComplete = oswIpcTableIsComplete();
     for (uint32_t type = 0; type < IPC_TYPES; ++type) {
         const ZatStatus status =
-            openTypeLock(oswIpcKinds[type].lockName, isComplete, oswIpcTypes[type].lockSem);
+            openTypeLock(ipcKindNames[type].lock, isComplete, oswIpcTypes[type].lockSem);
         if (status != ZAT_OK) return status;
     }
     oswIpcCompleteTable();

@@ -154,18 +154,11 @@ static void wakeNobody(IpcHandle&) {}
 const IpcUse oswIpcUnheldUse = {wakeNobody, nullptr, nullptr, nullptr};
 
 const IpcKind oswIpcKinds[IPC_TYPES] = {
-    {"zatoswipcmsem", "_msem", matchesAlways, makeSem, removeSem, zatOSWDeleteMutexSem, nullptr,
-     &oswIpcMutexUse},
-    {"zatoswipccsem", "_csem", matchesCreated, makeSem, removeSem, zatOSWDeleteCountSem, nullptr,
-     &oswIpcCountUse},
-    {"zatoswipcesem", "_esem", matchesCreated, makeSem, removeSem, zatOSWDeleteEventSem, nullptr,
-     &oswIpcEventUse},
-    {"zatoswipcmsg", "_msg", matchesQueue, makeQueue, removeQueue, zatOSWDeleteMsgQueue,
-     attachQueue, &oswIpcQueueUse},
-    {"zatoswipctmr", "_tmr", matchesTimer, makeTimer, removeTimer, zatOSWDeleteTimer, nullptr,
-     &oswIpcUnheldUse},
-    {"zatoswipcsel", "_sel", matchesAlways, makeSELock, removeSELock, nullptr, nullptr,
-     &oswIpcSELockUse},
-    {"zatoswipcshm", "_shm", matchesPart, makePart, removePart, nullptr, attachPart,
-     &oswIpcUnheldUse},
+    {matchesAlways, makeSem, removeSem, zatOSWDeleteMutexSem, nullptr, &oswIpcMutexUse},
+    {matchesCreated, makeSem, removeSem, zatOSWDeleteCountSem, nullptr, &oswIpcCountUse},
+    {matchesCreated, makeSem, removeSem, zatOSWDeleteEventSem, nullptr, &oswIpcEventUse},
+    {matchesQueue, makeQueue, removeQueue, zatOSWDeleteMsgQueue, attachQueue, &oswIpcQueueUse},
+    {matchesTimer, makeTimer, removeTimer, zatOSWDeleteTimer, nullptr, &oswIpcUnheldUse},
+    {matchesAlways, makeSELock, removeSELock, nullptr, nullptr, &oswIpcSELockUse},
+    {matchesPart, makePart, removePart, nullptr, attachPart, &oswIpcUnheldUse},
 };

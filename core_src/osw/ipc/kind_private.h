@@ -29,9 +29,6 @@ extern const IpcUse oswIpcSELockUse;
 extern const IpcUse oswIpcUnheldUse; /* of objects that nobody waits for */
 
 struct IpcKind {
-    const char* lockName;
-    const char* suffix; /* of the key file */
-
     bool (*matches)(const IpcObjectEntry& entry, const IpcParameters& parameters);
 
     /*

@@ -5,6 +5,7 @@
  * that leads nowhere.
  */
 
+#include "osw/ipc/names_private.h"
 #include "osw/ipc/object_private.h"
 
 #include <errno.h>
@@ -66,7 +67,7 @@ struct KeyName {
 static KeyName keyName(const char* name, uint32_t type) {
     KeyName key;
     snprintf(key.text, sizeof key.text, "%.*s%s", static_cast<int>(IpcObjectEntry::nameSize - 1),
-             name, oswIpcKinds[type].suffix);
+             name, ipcKindNames[type].suffix);
     return key;
 }
 

@@ -1,5 +1,6 @@
 /* The chain of pages that all processes share; see page_private.h. */
 
+#include "osw/ipc/names_private.h"
 #include "osw/ipc/page_private.h"
 
 #include <errno.h>
@@ -13,7 +14,6 @@
 #include "osw/ipc/kind_private.h"
 #include "osw/mem_part.h"
 
-static constexpr char pageName[] = "zatoswipcglobalshm";
 static constexpr int openFlags = 0666;
 
 static ClbLstHead pages;
@@ -101,7 +101,7 @@ ZatStatus oswIpcJoinPages(uint32_t key) {
     IpcPageRecord* record = nullptr;
     ZatStatus status = openFirstPage(key, &record);
     if (status == ZAT_IPC_SHMGET_FAILED && errno == ENOENT)
-        status = makePage(pageName, key, &record);
+        status = makePage(ipcTableName, key, &record);
     if (status != ZAT_OK) return status;
     ++record->page->processCount;
     return ZAT_OK;
@@ -127,8 +127,8 @@ static ZatStatus nextPage(IpcPageRecord& record, IpcPageRecord** next) {
 
 static ZatStatus addPage(IpcPageRecord& last, IpcPageRecord** added) {
     IpcGlobalPage& first = *oswIpcFirstPage();
-    char name[sizeof pageName + 12];
-    snprintf(name, sizeof name, "%s%ld", pageName, static_cast<long>(first.pageCount));
+    char name[sizeof ipcTableName + 12];
+    snprintf(name, sizeof name, "%s%ld", ipcTableName, static_cast<long>(first.pageCount));
     uint32_t key = 0;
     bool fileIsNew = false;
     ZatStatus status = oswIpcFindKey(name, &key, &fileIsNew);
@@ -195,8 +195,9 @@ void oswIpcDetachPages() {
 }
 
 void oswIpcRemovePages() {
-    char name[sizeof pageName + 12];
-    snprintf(name, sizeof name, "%s%ld", pageName, static_cast<long>(oswIpcFirstPage()->pageCount));
+    char name[sizeof ipcTableName + 12];
+    snprintf(name, sizeof name, "%s%ld", ipcTableName,
+             static_cast<long>(oswIpcFirstPage()->pageCount));
     for (IpcPageRecord* record : zatWalk<IpcPageRecord>(&pages)) {
         const int id = record->segmentId;
         detachPage(*record);

@@ -30,10 +30,15 @@ int oswSysvBlocked(int semId, uint16_t semaphore) {
     return control(semId, semaphore, GETNCNT, {.val = 0});
 }
 
+uint32_t oswSysvLastProcess(int semId) {
+    const int process = control(semId, 0, GETPID, {.val = 0});
+    return process > 0 ? static_cast<uint32_t>(process) : 0;
+}
+
 /* The process is 0 also where it cannot be seen from here, the time where an emulator has no idea
  * of it. */
 bool oswSysvWasUsed(int semId) {
-    if (control(semId, 0, GETPID, {.val = 0}) > 0) return true;
+    if (oswSysvLastProcess(semId) != 0) return true;
     semid_ds state = {};
     return control(semId, 0, IPC_STAT, {.buf = &state}) == 0 && state.sem_otime != 0;
 }

@@ -24,6 +24,9 @@ int oswSysvRemove(int semId);
 int oswSysvValue(int semId, uint16_t semaphore);
 int oswSysvBlocked(int semId, uint16_t semaphore);
 
+/* The process that operated on semaphore 0 of a set last; 0 when nobody did, or there is no set. */
+uint32_t oswSysvLastProcess(int semId);
+
 /* Whether a set's semaphore 0 was ever set or operated on. */
 bool oswSysvWasUsed(int semId);
 
