@@ -39,8 +39,8 @@ ZATOSW_API ZatStatus zatGENGetDiskLabel(const char* device, char* label);
  * the label's and those of quoting; a label that needs more in both ways is refused.
  *
  * @param device  device of the disk
- * @param label   the new label, up to ZAT_DISK_LABEL_SIZE characters; what of them is no character
- *                of a label is the command's affair. An empty one takes the label away.
+ * @param label   the new label, up to ZAT_DISK_LABEL_SIZE characters; an empty one takes the label
+ *                away, and so does mlabel with characters that it does not accept
  *
  * @return ZAT_OK                   set
  * @return ZAT_DISK_LABEL_TOO_LONG  more characters than that: no command was run

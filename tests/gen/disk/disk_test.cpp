@@ -1,78 +1,171 @@
-// Finding, mounting and formatting the removable disk, the kernel's buffers, the card's attributes.
+// A removable disk that is not there: the files in which the library looks for it are those of the
+// test, mounts succeed, commands are noted. What commands do is done by the real mtools.
 
-#include <linux/fs.h>
+#include <dlfcn.h>
+#include <mntent.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/vfs.h>
+#include <sys/stat.h>
+#include <sys/statfs.h>
+#include <sys/wait.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
 
-#include "gen/disk/faked_disk.h"
+#include "osw/worker.h"
 
-static struct statfs figuresOfSystem;
+using Lines = std::vector<std::string>;
 
-extern "C" int statfs(const char*, struct statfs* figures) noexcept {
-    *figures = figuresOfSystem;
+static Lines calls;                /* mounts and commands, in their order */
+static std::string* beforeCommand; /* what the shell does first */
+
+static std::string inTestDirectory(const std::string& name) {
+    return std::string(getenv("TEST_TMPDIR")) + "/" + name;
+}
+
+/* Where the test keeps a file of the system. */
+static std::string placeOf(const std::string& path) {
+    return inTestDirectory(std::filesystem::path(path).filename());
+}
+
+template <class Function>
+static Function* systemsOwn(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+static int note(const std::string& call) {
+    calls.push_back(call);
     return 0;
 }
 
-static int flushResult;
+extern "C" FILE* fopen(const char* path, const char* mode) {
+    const bool isFaked = strncmp(path, "/proc/", 6) == 0 || strncmp(path, "/etc/m", 6) == 0;
+    return systemsOwn<decltype(fopen)>("fopen64")(isFaked ? placeOf(path).c_str() : path, mode);
+}
 
-extern "C" int ioctl(int, unsigned long request, ...) noexcept {
-    return request == BLKFLSBUF ? flushResult : -1;
+extern "C" FILE* setmntent(const char* path, const char* mode) noexcept {
+    return systemsOwn<decltype(fopen)>("setmntent")(placeOf(path).c_str(), mode);
+}
+
+extern "C" int mount(const char* device, const char* directory, const char* type, unsigned long,
+                     const void*) noexcept {
+    return note(std::string("mount ") + device + " " + directory + " " + type);
+}
+
+extern "C" int umount(const char* directory) noexcept {
+    return note(std::string("umount ") + directory);
+}
+
+extern "C" int system(const char* command) {
+    note(command);
+    return systemsOwn<decltype(system)>("system")((*beforeCommand + command).c_str());
+}
+
+extern "C" FILE* popen(const char* command, const char* mode) {
+    note(command);
+    return systemsOwn<decltype(fopen)>("popen")((*beforeCommand + command).c_str(), mode);
 }
 
 namespace {
 
-TEST_F(FakedDisk, IsOfAKindThatTheKernelTells) {
-    const struct {
-        const char* content;
-        ZatStatus status;
-        uint32_t kind;
-    } cases[] = {{"   device type =cf\n", 0, ZAT_DISK_CF},
-                 {"   device type =md\n=cf\n", 0, ZAT_DISK_MD},
-                 {"   device type     =cf\n", 0x20030108, 0},  // beyond the 23rd character
-                 {"   device type =xx\n", 0x20030108, 0},
-                 {"=cf\n   device type =cf\n", 0x20030108, 0},
-                 {"", 0x20030108, 0}};
-    for (const auto& [content, status, kind] : cases) {
-        provide("/proc/ide/cf", content);
-        uint32_t told = 7;
-        EXPECT_EQ(zatGENFindDisk("", &told), status) << content;
-        EXPECT_EQ(told, kind) << content;
-    }
-    std::filesystem::remove(placeOf("/proc/ide/cf"));
-    uint32_t kind = 7;
-    EXPECT_EQ(zatGENFindDisk("", &kind), 0x20030102u);
-    EXPECT_EQ(zatGENFindDisk(nullptr, &kind), 0x20030108u);
+void provide(const char* path, const std::string& content) {
+    std::ofstream(placeOf(path)) << content;
 }
 
-TEST_F(FakedDisk, HasTheLetterOfTheFirstLineThatIsNoComment) {
-    const std::string none = "20030111 zatGENGetDrvLetter 268 [error]\n";
-    const std::string cut(260, ' ');
-    const std::string cases[][2] = {
-        {"drive x: file=\"/d1\"\ndrive c: file=\"/d\"\ndrive e: file=\"/d\"\n", "0 c"},
-        {"#drive c: file=\"/d\"\n", none + "\n"},
-        {"#" + cut + "drive c: file=\"/d\"\n", none + "\n"},
-        {cut + "drive c: file=\"/d\"\n", "0 c"},
-        {"file=\"/d\",x,x:\tdrive,y drive\tc:", "0 c"},
-        {"drives c: file=\"/d\"", "20030111 zatGENGetDrvLetter 290 [error]\n\n"},
-        {"x: drive file=\"/d\"", "20030111 zatGENGetDrvLetter 290 [error]\n\n"}};
+/* What a call says and prints, in one. */
+template <class Call>
+std::string outcomeOf(Call call) {
+    testing::internal::CaptureStdout();
+    char status[16];
+    snprintf(status, sizeof status, "%x ", call());
+    return status + testing::internal::GetCapturedStdout();
+}
+
+/* Calls with one content of a file after the other. */
+template <class Call>
+void expectOutcomes(const char* path, Call call,
+                    const std::vector<std::pair<std::string, std::string>>& cases) {
     for (const auto& [content, outcome] : cases) {
-        provide("/etc/mtools.conf", content);
-        char letter = '?';
-        EXPECT_EQ(outcomeOf([&] { return zatGENGetDiskDrvLetter("/d", &letter); }) + letter,
-                  outcome)
-            << content;
+        provide(path, content);
+        EXPECT_EQ(outcomeOf(call), outcome) << content;
     }
-    std::filesystem::remove(placeOf("/etc/mtools.conf"));
-    char letter = '?';
-    EXPECT_EQ(zatGENGetDiskDrvLetter("/d", &letter), 0x20030110u);
 }
 
-TEST_F(FakedDisk, IsMountedAndUnmountedOnlyWhereItHasToBe) {
-    provide("/etc/mtab", std::string("/d /mnt/b\\040c vfat rw,") + std::string(5000, 'x') +
+/* A disk of the kind "=cf" with letter c. Calls leave neither open files nor memory behind. */
+class Disk : public testing::Test {
+  protected:
+    Disk() {
+        beforeCommand = &before;
+        provide("/proc/ide/cf", "   device type =cf\n");
+        provide("/etc/mtools.conf", "drive c: file=\"" + device + "\" 1.44m mformat_only\n");
+    }
+    ~Disk() override {
+        EXPECT_EQ(openFiles(), filesBefore);
+        EXPECT_EQ(heldMemory(), memoryBefore);
+    }
+    static long openFiles() {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    }
+    /* Makes the commands functions of the shell that keep their last argument in a file. */
+    void keepArguments() {
+        const std::string keep = "() { for last; do :; done; printf %s \"$last\" >" + kept + "; };";
+        before = "mlabel" + keep + "mattrib" + keep;
+    }
+    std::string lastArgument() const {
+        std::ifstream file(kept);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    ZatStatus getAttributes(const std::string& path, uint8_t& flags) const {
+        return zatGENGetDiskFSAttribute(device.c_str(), directory.c_str(), path.c_str(), &flags);
+    }
+    ZatStatus setAttributes(const std::string& path, uint8_t flags) const {
+        return zatGENSetDiskFSAttribute(device.c_str(), directory.c_str(), path.c_str(), flags);
+    }
+    ZatStatus setLabel(const std::string& label) const {
+        return zatGENSetDiskLabel(device.c_str(), label.c_str());
+    }
+    std::string makeFile(const std::string& name) const {
+        std::filesystem::create_directories(directory + "/dir");
+        std::ofstream(directory + name) << "content";
+        return directory + name;
+    }
+
+    std::string before;
+    const std::string device = inTestDirectory("image"), directory = inTestDirectory("mounted"),
+                      kept = inTestDirectory("kept");
+    const uint32_t memoryBefore = (zatOSWInit(), heldMemory());
+    const long filesBefore = openFiles();
+};
+
+TEST_F(Disk, IsOfTheKindThatTheKernelTellsAndHasALetterOfMtools) {
+    const auto find = [] {
+        uint32_t kind = 7;
+        char letter = '?';
+        ZatStatus status = zatGENFindDisk("", &kind);
+        if (status == ZAT_OK) status = zatGENGetDiskDrvLetter("/d", &letter);
+        printf("%u%c", kind, letter);
+        return status;
+    };
+    const std::string none = "20030111 zatGENGetDrvLetter ", cut(260, ' ');
+    expectOutcomes(
+        "/etc/mtools.conf", find,
+        {{"#" + cut + "drive c: file=\"/d\"\n", none + "268 [error]\n1\n"},
+         {"drives x: file=\"/d\"", none + "290 [error]\n1\n"},
+         {"file=\"/d\",x,x:\tdrive,y drive\tc:", "0 1c"},
+         {"drive x: file=\"/d1\"\ndrive c: file=\"/d\"\ndrive e: file=\"/d\"\n", "0 1c"}});
+    expectOutcomes("/proc/ide/cf", find,
+                   {{"   device type =md\n=cf\n", "0 2c"},
+                    {"   device type       =cf\n", "20030108 0?"},  // beyond the 23rd character
+                    {"=cf\n   device type =cf\n", "20030108 0?"}});
+}
+
+TEST_F(Disk, IsMountedAndUnmountedOnlyWhereItHasToBe) {
+    provide("/etc/mtab", "/d /mnt/b\\040c vfat rw," + std::string(5000, 'x') +
                              " 0 0\n/e /mnt/cf vfat rw 0 0\n/f /mnt/cf vfat rw 0 0\n");
-    EXPECT_EQ(zatGENVerifyDiskMount("/d", "/mnt/cf"), 0x20030109u);
     EXPECT_EQ(zatGENMountDisk("/d", "/mnt/b c"), ZAT_OK);
     EXPECT_EQ(zatGENUmountDisk("/d", "/mnt/cf"), ZAT_OK);
     EXPECT_TRUE(calls.empty());
@@ -82,57 +175,21 @@ TEST_F(FakedDisk, IsMountedAndUnmountedOnlyWhereItHasToBe) {
     char name[4] = "???";
     EXPECT_EQ(zatGENGetDiskDevName("/mnt/cf", name, 2), ZAT_OK);
     EXPECT_STREQ(name, "/e?") << "the first entry, as much as there is room for";
-    mountResult = -1;
-    EXPECT_EQ(zatGENMountDisk("/d", "/mnt/cf"), 0x2003010Cu);
-    EXPECT_EQ(zatGENUmountDisk("/e", "/mnt/cf"), 0x2003010Du);
-    std::filesystem::remove(placeOf("/etc/mtab"));
-    EXPECT_EQ(zatGENVerifyDiskMount("/d", "/mnt/cf"), 0x20030108u);
-    EXPECT_EQ(zatGENUmountDisk("/d", "/mnt/cf"), 0x2003010Du) << "nobody knows that it is not";
 }
 
-TEST_F(FakedDisk, IsUnmountedBeforeItIsFormattedAndMountedAfterwards) {
-    provide("/etc/mtab", device + " /mnt/cf vfat rw 0 0\n");
-    beforeCommand = ">" + placeOf("/etc/mtab") + ";exit 0;";
-    EXPECT_EQ(zatGENFormatDisk(device.c_str(), "/mnt/cf"), ZAT_OK);
-    EXPECT_EQ(calls, (Lines{"umount /mnt/cf", "mformat c:", "mount " + device + " /mnt/cf vfat"}));
-    beforeCommand = "exit 1;";
-    EXPECT_EQ(zatGENFormatDisk(device.c_str(), "/mnt/cf"), 0x20030106u);
-    EXPECT_EQ(calls.back(), "mformat c:");
-}
-
-TEST_F(FakedDisk, HasTheFiguresOfTheSystem) {
-    figuresOfSystem.f_blocks = 0xFFFFFFFF;
-    figuresOfSystem.f_ffree = UINT64_MAX;
-    figuresOfSystem.f_fsid.__val[1] = 9;
-    figuresOfSystem.f_namelen = 255;
-    figuresOfSystem.f_frsize = 77;
-    figuresOfSystem.f_flags = 10;
-    figuresOfSystem.f_spare[3] = 14;
+TEST_F(Disk, HasFiguresAndBuffersInTheKernel) {
+    struct statfs own = {};
+    ASSERT_EQ(statfs("/proc", &own), 0);
     GenDiskStatfs told = {};
-    EXPECT_EQ(zatGENGetDiskStatfs("/", &told), ZAT_OK);
-    uint32_t words[15];
-    memcpy(words, &told, sizeof words);
-    EXPECT_EQ((std::vector<uint32_t>(words, words + 15)),
-              (std::vector<uint32_t>{0, 0, ~0u, 0, 0, 0, ~0u, 0, 9, 255, 10, 0, 0, 0, 14}));
-    ++figuresOfSystem.f_blocks;
-    EXPECT_EQ(zatGENGetDiskStatfs("/", &told), 0x20030108u);
-}
-
-TEST_F(FakedDisk, HasBuffersThatTheKernelFlushes) {
+    EXPECT_EQ(zatGENGetDiskStatfs("/proc", &told), ZAT_OK);
+    EXPECT_TRUE(told.type == 0x9FA0 && told.nameLength == 255);
+    EXPECT_EQ(told.flags, static_cast<uint32_t>(own.f_flags)) << "behind the fragment size";
     EXPECT_EQ(zatGENFlushDiskCache(getenv("TEST_TMPDIR")), 0x20030112u);
-    provide("/etc/mtab", "");
-    EXPECT_EQ(zatGENFlushDiskCache(placeOf("/etc/mtab").c_str()), ZAT_OK);
-    flushResult = -1;
-    EXPECT_EQ(zatGENFlushDiskCache(placeOf("/etc/mtab").c_str()), 0x20030107u);
-    GenCacheParam values = {};
-    EXPECT_EQ(zatGENGetSysCacheParam(&values), 0x20030115u);
-    provide("/proc/sys/vm/bdflush", "30 64 65 256 500 3000 60");
-    EXPECT_EQ(zatGENGetSysCacheParam(&values), 0x20030108u);
+    EXPECT_EQ(zatGENFlushDiskCache("/dev/null"), 0x20030107u);
     provide("/proc/sys/vm/bdflush", "30 4000000000 65 256 500 3000 60 7\n");
+    GenCacheParam values = {};
     EXPECT_EQ(zatGENGetSysCacheParam(&values), ZAT_OK);
-    EXPECT_TRUE(values.value1 == 30 && values.value2 == 4000000000 && values.value7 == 60 &&
-                values.value8 == 7);
-    values = {31, 4000000001, 61, 8};
+    values = {values.value1 + 1, values.value2 + 1, values.value7 + 1, values.value8 + 1};
     EXPECT_EQ(zatGENSetSysCacheParam(&values), ZAT_OK);
     std::string line;
     std::getline(std::ifstream(placeOf("/proc/sys/vm/bdflush")), line);
@@ -143,42 +200,96 @@ TEST_F(FakedDisk, HasBuffersThatTheKernelFlushes) {
     EXPECT_EQ(zatGENSetSysCacheParam(&values), 0x20030108u) << "written, but not taken";
 }
 
-TEST_F(FakedDisk, HasACardWithAttributes) {
-    const std::string head = "   attr_size   =1f\n", row = "0123456789abcdefABCDEF0123456789ab\n";
-    const struct {
-        std::string content;
-        uint32_t count;
-        std::string outcome;
-        Lines::value_type bytes;
-    } cases[] = {{head + "0A1b\n", 2, "0 ", "\x0A\x1B"},
-                 {head + "0A1b\n", 1, "0 ", "\x0A"},
-                 {head + "0\nA1\nb", 2, "0 ", "\x0A"},  // one line more than there are sixteens
-                 {head + "0A1", 2, "20030119 zatGENhextobytes 1702 [error:20030119]\n", ""},
-                 {head + "FF0G", 2, "20030118 zatGENctoi 1649 [error:20030118]\n", "\xFF"},
-                 {head + row, 16, "0 ", "\x01#Eg\x89\xAB\xCD\xEF\xAB\xCD\xEF\x01#Eg\x89"},
-                 {head, 1, "20030108 ", ""},
-                 {head + "00\n", 0, "2003010a zatGENGetDiskAttributes 1557 [error:2003010a]\n", ""},
-                 {head + "00\n", 0x80000000, "20030108 ", ""},
-                 {"   attr_size   =0\n00", 1,
-                  "2003010a zatGENGetDiskAttributes 1557 [error:2003010a]\n", ""},
-                 {"attributes\n00", 1, "20030108 ", ""}};
-    for (const auto& [content, count, outcome, bytes] : cases) {
-        provide("/proc/ide/cf_attr", content);
-        uint8_t read[32] = {};
-        EXPECT_EQ(outcomeOf([&, n = count] { return zatGENGetDiskAttribute(1, read, n); }), outcome)
-            << content;
-        EXPECT_STREQ(reinterpret_cast<char*>(read), bytes.c_str()) << content;
+TEST_F(Disk, HasACardWithAttributes) {
+    const std::string head = "   attr_size   =1f\n";
+    uint32_t count = 9;
+    const auto read = [&] {
+        char bytes[17] = {};
+        const ZatStatus status =
+            zatGENGetDiskAttribute(1, reinterpret_cast<uint8_t*>(bytes), count);
+        printf("%s", bytes);
+        return status;
+    };
+    expectOutcomes(
+        "/proc/ide/cf_attr", read,
+        {{head + "0A1", "20030119 zatGENhextobytes 1702 [error:20030119]\n"},
+         {head + "4a0G", "20030118 zatGENctoi 1649 [error:20030118]\nJ"},
+         {head + "3031323334353637\n3839\n", "0 01234567"},  // one line per 16 bytes
+         {head, "20030108 "},
+         {"   attr_size   =0\n00", "2003010a zatGENGetDiskAttributes 1557 [error:2003010a]\n"}});
+    count = 2;
+    expectOutcomes("/proc/ide/cf_attr", read, {{head + "4a6B6c\n", "0 Jk"}});
+    count = 0x80000000;
+    expectOutcomes("/proc/ide/cf_attr", read, {{head + "4a6B6c\n", "20030108 "}});
+}
+
+TEST_F(Disk, HasLabelsAndPathsThatStayTextForTheShell) {
+    keepArguments();
+    Lines labels = {"ABCDEFGHIJK", "$(rm -r *)", ";;&|<>()#*?", "a\nb'`x`", "", "$$$$$$$"};
+    for (int character = 1; character < 256; ++character)
+        labels.push_back(std::string("a ") + static_cast<char>(character) + "'b");
+    for (const std::string& label : labels) {
+        EXPECT_EQ(setLabel(label), ZAT_OK) << label;
+        EXPECT_EQ(lastArgument(), "c:" + label);
     }
-    provide("/proc/ide/cf_attr", head);
-    uint32_t size = 0;
-    EXPECT_EQ(zatGENGetDiskAttribLen(1, &size), ZAT_OK);
-    EXPECT_EQ(size, 0x1Fu);
-    EXPECT_EQ(outcomeOf([&] { return zatGENGetDiskAttribLen(0, &size); }),
-              "20030108 zatGENGetDiskAttributes 1475 [error:20030108]\n");
-    EXPECT_EQ(outcomeOf([] { return zatGENGetDiskAttribute(1, nullptr, 1); }),
-              "20030108 zatGENGetDiskAttributes 1549 [error:20030108]\n");
-    std::filesystem::remove(placeOf("/proc/ide/cf_attr"));
-    EXPECT_EQ(zatGENGetDiskAttribLen(1, &size), 0x20030102u);
+    EXPECT_EQ(calls[0], "mlabel -n c:ABCDEFGHIJK");
+    calls.clear();
+    EXPECT_EQ(setLabel("$$$$$$$$$"), 0x2003010Fu) << "no room to say that it is text";
+    EXPECT_EQ(setLabel("ABCDEFGHIJKL"), 0x2003010Eu);
+    EXPECT_EQ(setAttributes(makeFile("/`$`$`$`$`"), 0), 0x20030117u);
+    EXPECT_EQ(setAttributes("/etc/passwd", 0), 0x2003011Au);
+    EXPECT_EQ(setAttributes(directory + "/missing", 0), 0x2003010Bu);
+    EXPECT_EQ(setAttributes(makeFile("/dir/file"), 0xF5), ZAT_OK);
+    EXPECT_EQ(calls, Lines{"mattrib +r -h +a c:/dir/file"});
+}
+
+TEST_F(Disk, WaitsForItsCommandsWhenTheTaskIsDeleted) {
+    const std::string pipe = inTestDirectory("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    before = "cat " + pipe + "; exit;";
+    Worker asking([this] {
+        char label[12];
+        zatGENGetDiskLabel(device.c_str(), label);
+        pthread_testcancel();
+        return ZatStatus{ZAT_OK};
+    });
+    std::ofstream answer(pipe);  // is open when the command reads it
+    EXPECT_EQ(zatOSWDeleteTask(asking.id()), ZAT_OK);
+    answer.close();
+    EXPECT_EQ(asking.join(), 0xFFFFFFFFu);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+}
+
+TEST_F(Disk, IsFormattedLabelledAndItsFilesAreMarked) {
+    if (std::system("which mlabel mattrib mformat") != 0) GTEST_SKIP() << "no mtools";
+    setenv("MTOOLSRC", placeOf("/etc/mtools.conf").c_str(), 1);
+    std::ofstream(device) << std::string(1440 * 1024, '\0');
+    provide("/etc/mtab", device + " /mnt/cf vfat rw 0 0\n");
+    before = ">" + placeOf("/etc/mtab") + ";";  // it is unmounted now
+    calls.clear();
+    ASSERT_EQ(zatGENFormatDisk(device.c_str(), "/mnt/cf"), ZAT_OK);
+    EXPECT_EQ(calls, (Lines{"umount /mnt/cf", "mformat c:", "mount " + device + " /mnt/cf vfat"}));
+    char label[13] = "????????????";
+    const auto read = [&] { return zatGENGetDiskLabel(device.c_str(), label); };
+    EXPECT_EQ(read(), 0x20030114u);
+    EXPECT_EQ(setLabel("MY DISK"), ZAT_OK);
+    EXPECT_EQ(read(), ZAT_OK);
+    EXPECT_STREQ(label, "MY");
+    const std::string odd = makeFile("/dir/it's $(x).txt");
+    ASSERT_EQ(std::system(("mcopy -s " + directory + "/dir c:").c_str()), 0);
+    uint8_t flags[2] = {0xFF, 0xFF};
+    for (const uint8_t set : {7, 0, 2, 5}) {
+        EXPECT_EQ(setAttributes(odd, set), ZAT_OK);
+        EXPECT_EQ(getAttributes(odd, flags[0]), ZAT_OK);
+        EXPECT_TRUE(flags[0] == set && flags[1] == 0xFF);
+    }
+    EXPECT_EQ(getAttributes(directory + "/dir", flags[0]), ZAT_OK);
+    EXPECT_EQ(flags[0], ZAT_DISK_FILE_DIRECTORY);
+    std::filesystem::remove(device);
+    EXPECT_EQ(outcomeOf([&] { return getAttributes(odd, flags[0]); }),
+              "20030116 zatGENGetDiskFSAttribute 775 [error]\n");
+    EXPECT_EQ(zatGENFormatDisk(device.c_str(), "/mnt/cf"), 0x20030106u);
+    EXPECT_EQ(read(), 0x20030113u);
 }
 
 }  // namespace
