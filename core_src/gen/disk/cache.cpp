@@ -8,6 +8,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "gen/disk/disk_private.h"
 
 static constexpr char flushFile[] = "/proc/sys/vm/bdflush";
@@ -36,12 +38,12 @@ static bool readNumbers(FILE* file, FlushNumbers& numbers) {
                   &more[3], &more[4], &more[5]) == 8;
 }
 
-/* In one piece, when the buffer is flushed: only then the kernel says what it thinks of them. */
-static bool writeNumbers(FILE* file, const FlushNumbers& numbers) {
+/* The kernel says what it thinks of them when the file, whose buffer holds them, is closed. */
+static bool writeNumbers(DiskFile file, const FlushNumbers& numbers) {
     const int* const more = numbers.more;
-    return fprintf(file, flushFormat, numbers.first, numbers.second, more[0], more[1], more[2],
-                   more[3], more[4], more[5]) > 0 &&
-           fflush(file) == 0;
+    const bool isWritten = fprintf(file.get(), flushFormat, numbers.first, numbers.second, more[0],
+                                   more[1], more[2], more[3], more[4], more[5]) > 0;
+    return fclose(file.release()) == 0 && isWritten;
 }
 
 ZatStatus zatGENGetSysCacheParam(GenCacheParam* parameters) {
@@ -68,7 +70,6 @@ ZatStatus zatGENSetSysCacheParam(const GenCacheParam* parameters) {
     numbers.second = parameters->value2;
     numbers.more[4] = static_cast<int>(parameters->value7);
     numbers.more[5] = static_cast<int>(parameters->value8);
-    const bool isWritten = writeNumbers(file.get(), numbers);
-    const bool isClosed = fclose(file.release()) == 0;
-    return isWritten && isClosed ? ZatStatus{ZAT_OK} : ZatStatus{ZAT_DISK_BAD_ARGUMENT};
+    return writeNumbers(std::move(file), numbers) ? ZatStatus{ZAT_OK}
+                                                  : ZatStatus{ZAT_DISK_BAD_ARGUMENT};
 }

@@ -3,7 +3,7 @@
  * The attribute bytes of the removable disk's card, which the kernel publishes as hexadecimal text
  * in "/proc/ide/cf_attr".
  *
- * Failures that a program can avoid are told on standard output, too, by a number each. As for
+ * Some failures are also told on standard output, by the number that stands with them here. As for
  * tasks, see drive.h.
  */
 #ifndef ZATOSW_GEN_DISK_CARD_ATTRIBUTE_H

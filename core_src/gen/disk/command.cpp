@@ -10,9 +10,9 @@
 #include <string.h>
 
 /* A buffer that is written to as long as there is room. */
-class CommandLine {
+class DiskCommandLine {
   public:
-    CommandLine(char* buffer, size_t sizeBytes) : at_(buffer), end_(buffer + sizeBytes) {}
+    DiskCommandLine(char* buffer, size_t sizeBytes) : at_(buffer), end_(buffer + sizeBytes) {}
 
     void put(char character) {
         fits_ = fits_ && at_ != end_;
@@ -32,7 +32,7 @@ class CommandLine {
     bool fits_ = true;
 };
 
-/* Whether the shell takes a character for itself, wherever it stands inside a word. Those beyond
+/* Whether the shell leaves a character alone, wherever it stands inside a word. Those beyond
  * ASCII are parts of letters. */
 static bool isPlain(char character) {
     const auto byte = static_cast<unsigned char>(character);
@@ -52,12 +52,12 @@ static constexpr Quoting quotings[] = {
     {"\"", [](char character) { return strchr("\"$`\\", character) != nullptr; }, ""},
 };
 
-static void putQuoted(CommandLine& line, char character, const Quoting& quoting) {
+static void putQuoted(DiskCommandLine& line, char character, const Quoting& quoting) {
     if (quoting.needsBackslash(character)) line.put('\\');
     line.put(character);
 }
 
-static bool write(CommandLine line, const char* words, char letter, const char* text,
+static bool write(DiskCommandLine line, const char* words, char letter, const char* text,
                   const Quoting& quoting) {
     if (strpbrk(text, quoting.impossible) != nullptr) return false;
     line.put(words);
@@ -74,7 +74,7 @@ static bool write(CommandLine line, const char* words, char letter, const char* 
 bool diskWriteCommand(char* buffer, size_t sizeBytes, const char* words, char letter,
                       const char* text) {
     for (const Quoting& quoting : quotings)
-        if (write(CommandLine(buffer, sizeBytes), words, letter, text, quoting)) return true;
+        if (write(DiskCommandLine(buffer, sizeBytes), words, letter, text, quoting)) return true;
     return false;
 }
 
