@@ -9,14 +9,7 @@
 
 #include "gen/console/console_private.h"
 #include "gen/file_private.h"
-#include "osw/mem_part.h"
-
-/* Memory of partition 0 that is freed at the end of its scope, unless it is handed out. */
-struct FreePartitionMemory {
-    void operator()(void* block) const { zatOSWOrgFreeMemPart(0, block); }
-};
-
-using PartitionMemory = std::unique_ptr<void, FreePartitionMemory>;
+#include "osw/freed_private.h"
 
 static void sayNotOpened(const char* path) {
     genSay("< ERROR > could not open file : %s.\n", path);
@@ -35,7 +28,7 @@ void* zatGENReadFileData(const char* path, uint32_t* sizeBytes) {
     /* The size that a file of more than the memory has may look like a smaller one. */
     const bool fits = facts.st_size == off_t{size};
     if (fits && zatOSWOrgAllocMemPart(0, &memory, size) != ZAT_OK) return nullptr;
-    PartitionMemory bytes(memory);
+    OswPartFreed<void> bytes(memory);
     const size_t length = fits ? fread(memory, 1, size, file.get()) : 0;
     if (length == 0) {
         genSay("< ERROR > could not read file: %s.\n", path);
