@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "goals.h"
+
 inline double benchNowNs() {
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -47,10 +49,21 @@ void benchPair(benchmark::State& state, int operations, Ours ours, Peer peer) {
     state.counters["ratio"] = oursMedian / peerMedian;
 }
 
-/* Registers a row; name it "what/peer". */
+/* Says beside a row what its goal is, and whether it holds. */
+inline void benchJudge(benchmark::State& state, double goal) {
+    if (goal == 0) return;
+    state.counters["goal"] = goal;
+    state.SetLabel(state.counters["ratio"] <= goal ? "holds" : "MISSED");
+}
+
+/* Registers a row; name it "what/peer". Its goal is in goals.h. */
 template <class Row>
 benchmark::internal::Benchmark* benchRow(const char* name, Row row) {
-    return benchmark::RegisterBenchmark(name, row)->UseManualTime()->Iterations(200);
+    const auto judged = [row, goal = benchGoal(name)](benchmark::State& state) {
+        row(state);
+        benchJudge(state, goal);
+    };
+    return benchmark::RegisterBenchmark(name, judged)->UseManualTime()->Iterations(200);
 }
 
 #endif
