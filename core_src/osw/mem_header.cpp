@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "osw/freed_private.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part_private.h"
 #include "osw/self_private.h"
@@ -21,6 +22,11 @@ OswMemFigures oswMemFigures;
 
 uint32_t oswSizeWithHeader(uint32_t size) {
     return size > memTooLarge - sizeof(MemDbgHead) ? memTooLarge : size + sizeof(MemDbgHead);
+}
+
+bool oswHasRoom(uint32_t size) {
+    const OswFreed<void> room(malloc(oswSizeWithHeader(size)));
+    return room != nullptr;
 }
 
 uint32_t oswArraySize(uint32_t count, uint32_t elementSize) {

@@ -34,6 +34,10 @@ extern OswMemFigures oswMemFigures;
 /* Bytes to allocate for a request with its header; a size that cannot be had when that wraps. */
 uint32_t oswSizeWithHeader(uint32_t size);
 
+/* Whether there is memory for a request from partition 0 now: one that there is none for would be a
+ * fatal fault. */
+bool oswHasRoom(uint32_t size);
+
 /* Bytes of count elements; a size that cannot be had when that wraps. */
 uint32_t oswArraySize(uint32_t count, uint32_t elementSize);
 

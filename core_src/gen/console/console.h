@@ -83,7 +83,8 @@ ZATOSW_API ZatStatus zatGENTaskControlLoop(uint32_t stdinDefault, uint32_t compo
 
 /**
  * Takes the console away, if there is one: a loop that waits for a line ends, and lines in the
- * queue are dropped. The task that reads standard input ends with its next line.
+ * queue are dropped. The task that reads standard input ends with its next line, unless there is a
+ * console again that wants it.
  *
  * @return ZAT_OK  always
  *
@@ -109,7 +110,8 @@ ZATOSW_API ZatStatus zatGENSendControlMessage(const char* line, uint32_t lengthB
  * Reads the next line of input: of the file that is played, or from the queue. Menus and command
  * functions may use it for questions of their own.
  *
- * @param buffer     receives the line without blanks at its ends, cut to the buffer
+ * @param buffer     receives the line without blanks at its ends, cut to the buffer; the bytes
+ * behind it become 0
  * @param sizeBytes  its size; a line has at most ZAT_GEN_COMMAND_LINE_SIZE bytes with its NUL
  *
  * @return buffer; null when there is no console, it ended while the caller waited, the played file

@@ -1,10 +1,9 @@
 /*
  * The process's console: where its lines come from, and how it speaks.
  *
- * One lock guards queue, event and serial, and is held for steps that do not wait; sending and
- * receiving go without it, on handles that the queue calls check themselves. The serial changes
- * when a console is taken away, so that the task that reads standard input, which cannot be called
- * off, notices that it has outlived its console.
+ * One lock guards all but the component, and is held for steps that do not wait; sending and
+ * receiving go without it, on handles that the queue calls check themselves, but for a queue that
+ * was made at the address of one that went in that very moment.
  */
 #ifndef ZATOSW_GEN_CONSOLE_PRIVATE_H
 #define ZATOSW_GEN_CONSOLE_PRIVATE_H
@@ -17,7 +16,8 @@ struct GenConsole {
     pthread_mutex_t lock;
     ZatMsgQueue queue;  /* of lines; 0: there is no console */
     ZatEventSem wanted; /* posted when a line of standard input is wanted; 0: nobody reads it */
-    uint32_t serial;
+    uint32_t serial;    /* of the console; changes when it is taken away, too */
+    uint32_t reader;    /* number of the task that reads standard input; 0: there is none */
     uint32_t component; /* under which everything is traced; of the console started last */
 };
 
@@ -46,7 +46,7 @@ bool genReceiveLine(GenLine& line);
  * input is to be read. */
 bool genReadConsoleOptions(bool readsStdin, ZatMsgQueue queue);
 
-/* Starts the task that reads standard input for the console of a serial. */
-ZatStatus genStartReader(uint32_t serial);
+/* Starts the task that reads standard input, unless there is one left from an earlier console. */
+ZatStatus genStartReader();
 
 #endif

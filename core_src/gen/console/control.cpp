@@ -37,9 +37,21 @@ static bool publish(ConsoleMaker& maker, uint32_t& serial) {
     if (genConsole.queue != 0) return false;
     genConsole.queue = maker.queue;
     genConsole.wanted = maker.wanted;
-    serial = genConsole.serial;
+    serial = ++genConsole.serial;
     maker.finish();
     return true;
+}
+
+/* Takes the console away, or only the one of a serial. */
+static void takeAway(const uint32_t* serial) {
+    ConsoleMaker gone;
+    const OswLock lock(genConsole.lock);
+    if (serial != nullptr && genConsole.serial != *serial) return;
+    gone.queue = genConsole.queue;
+    gone.wanted = genConsole.wanted;
+    genConsole.queue = 0;
+    genConsole.wanted = 0;
+    genConsole.serial += 1;
 }
 
 static bool isThere() {
@@ -58,11 +70,11 @@ ZatStatus zatGENInitTaskControl(uint32_t stdinDefault) {
     if (status != ZAT_OK) return status;
     uint32_t serial = 0;
     if (!publish(maker, serial)) return ZAT_OK;
-    if (readsStdin) status = genStartReader(serial);
+    if (readsStdin) status = genStartReader();
     if (status == ZAT_OK)
         zatGENSetTypeFunc(readAnswer);
     else
-        zatGENTermTaskControl();
+        takeAway(&serial);
     return status;
 }
 
@@ -74,12 +86,6 @@ ZatStatus zatGENStartTaskControl(uint32_t stdinDefault, uint32_t component, cons
 }
 
 ZatStatus zatGENTermTaskControl() {
-    ConsoleMaker gone;
-    const OswLock lock(genConsole.lock);
-    gone.queue = genConsole.queue;
-    gone.wanted = genConsole.wanted;
-    genConsole.queue = 0;
-    genConsole.wanted = 0;
-    genConsole.serial += 1;
+    takeAway(nullptr);
     return ZAT_OK;
 }

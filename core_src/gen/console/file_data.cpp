@@ -10,6 +10,7 @@
 #include "gen/console/console_private.h"
 #include "gen/file_private.h"
 #include "osw/freed_private.h"
+#include "osw/mem_header_private.h"
 
 static void sayNotOpened(const char* path) {
     genSay("< ERROR > could not open file : %s.\n", path);
@@ -27,7 +28,8 @@ void* zatGENReadFileData(const char* path, uint32_t* sizeBytes) {
     void* memory = nullptr;
     /* The size that a file of more than the memory has may look like a smaller one. */
     const bool fits = facts.st_size == off_t{size};
-    if (fits && zatOSWOrgAllocMemPart(0, &memory, size) != ZAT_OK) return nullptr;
+    if (fits && (!oswHasRoom(size) || zatOSWOrgAllocMemPart(0, &memory, size) != ZAT_OK))
+        return nullptr;
     OswPartFreed<void> bytes(memory);
     const size_t length = fits ? fread(memory, 1, size, file.get()) : 0;
     if (length == 0) {

@@ -1,6 +1,6 @@
 /**
  * @file
- * Whole files into memory and back, with a message under the console's component for each outcome.
+ * Whole files into memory and back; what became of them is traced under the console's component.
  */
 #ifndef ZATOSW_GEN_CONSOLE_FILE_DATA_H
 #define ZATOSW_GEN_CONSOLE_FILE_DATA_H
@@ -16,8 +16,8 @@ ZATOSW_BEGIN_DECLS
  * @param sizeBytes  receives how many bytes were read
  *
  * @return the bytes, which the caller frees with zatOSWOrgFreeMemPart() and partition 0; null when
- *         the file cannot be opened, holds nothing or cannot be read, there is no memory, or path
- *         or sizeBytes is null
+ *         the file cannot be opened, holds nothing or cannot be read, of which a message tells, and
+ *         without one when there is no memory, or path or sizeBytes is null
  *
  * Waits for the file. May be called from any task.
  */
@@ -31,7 +31,8 @@ ZATOSW_API void* zatGENReadFileData(const char* path, uint32_t* sizeBytes);
  * @param lengthBytes  length of the content
  *
  * @return 1  written
- * @return 0  the file cannot be opened or written, or path is null; what was written of it stays
+ * @return 0  the file cannot be opened or written, of which a message tells; what was written of it
+ *            stays. Or path is null, or bytes though there are some
  *
  * Waits for the file. May be called from any task.
  */

@@ -25,33 +25,45 @@ static void send(const Transfer& transfer, const void* block, size_t length) {
                        static_cast<uint32_t>(-1), bytes);
 }
 
-/* Says that a transfer starts or ends, and sends the block that frames it. */
-static void sendFrame(const Transfer& transfer, const char* moment, const char* mark) {
+/* What says that a transfer starts or ends, to the console and, without a name, to the receiver. */
+struct Banner {
     char text[2 * ZAT_GEN_COMMAND_LINE_SIZE + 64];
+};
+
+static Banner sayMoment(const Transfer& transfer, const char* moment) {
+    Banner banner;
     if (transfer.target != nullptr)
-        snprintf(text, sizeof text, " ======== %s of file transfer <%s -> %s> ========\n", moment,
-                 transfer.source, transfer.target);
+        snprintf(banner.text, sizeof banner.text,
+                 " ======== %s of file transfer <%s -> %s> ========\n", moment, transfer.source,
+                 transfer.target);
     else
-        snprintf(text, sizeof text, " ======== %s of file transfer <%s> ========\n", moment,
-                 transfer.source);
-    genSay("%s", text);
+        snprintf(banner.text, sizeof banner.text, " ======== %s of file transfer <%s> ========\n",
+                 moment, transfer.source);
+    genSay("%s", banner.text);
+    return banner;
+}
+
+/* The first or last block: a mark with the name, or else the banner. */
+static void sendFrame(const Transfer& transfer, Banner banner, const char* mark) {
     if (transfer.target != nullptr)
-        snprintf(text, sizeof text, "%s@FT %s %s%s", escape, mark, transfer.target, escape);
-    send(transfer, text, strlen(text));
+        snprintf(banner.text, sizeof banner.text, "%s@FT %s %s%s", escape, mark, transfer.target,
+                 escape);
+    send(transfer, banner.text, strlen(banner.text));
 }
 
 void genRunFileTransfer(GenCommandLine& line) {
     Transfer transfer = {line.nextWord(), nullptr};
     if (transfer.source == nullptr) return;
     transfer.target = line.nextWord();
+    const Banner start = sayMoment(transfer, "start");
     const GenFile file(fopen(transfer.source, "rbe"));
     if (file == nullptr) {
         genSay("< ERROR > could not open file : %s\n", transfer.source);
         return;
     }
-    sendFrame(transfer, "start", "START");
+    sendFrame(transfer, start, "START");
     char block[blockSize];
     while (const size_t length = fread(block, 1, sizeof block, file.get()))
         send(transfer, block, length);
-    sendFrame(transfer, "end", "END");
+    sendFrame(transfer, sayMoment(transfer, "end"), "END");
 }

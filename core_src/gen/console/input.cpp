@@ -11,7 +11,7 @@
 #include "osw/lock_private.h"
 #include "osw/msg_queue.h"
 
-GenConsole genConsole = {PTHREAD_MUTEX_INITIALIZER, 0, 0, 0, 0};
+GenConsole genConsole = {PTHREAD_MUTEX_INITIALIZER, 0, 0, 0, 0, 0};
 
 void genSay(const char* format, ...) {
     va_list arguments;
@@ -49,6 +49,7 @@ bool genReceiveLine(GenLine& line) {
 }
 
 ZatStatus zatGENSendControlMessage(const char* line, uint32_t lengthBytes) {
+    if (line == nullptr) return ZAT_FAILED;
     ZatMsgQueue queue = 0;
     {
         const OswLock lock(genConsole.lock);
@@ -65,8 +66,7 @@ char* zatGENGetInput(char* buffer, uint32_t sizeBytes) {
     if (played == GenPlayed::NotPlaying && !genReceiveLine(line)) return nullptr;
     const char* text = zatCLBStripStr(line.text);
     if (played == GenPlayed::NotPlaying) genRecordLine(text);
-    const size_t length = strnlen(text, sizeBytes - 1);
-    memcpy(buffer, text, length);
-    buffer[length] = '\0';
+    strncpy(buffer, text, sizeBytes);
+    buffer[sizeBytes - 1] = '\0';
     return buffer;
 }

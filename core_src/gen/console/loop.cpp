@@ -6,7 +6,7 @@
 #include "gen/console/programs_private.h"
 #include "gen/console/tape_private.h"
 
-/* What is left of a console goes with it, also when its task is deleted. */
+/* What is left of a console goes with it, also when its task is deleted in the middle. */
 class ConsoleEnd {
   public:
     ConsoleEnd() = default;
@@ -47,11 +47,12 @@ static void runConsole(const char* name) {
     const ConsoleEnd end;
     GenThen then = GenThen::ShowMenus;
     while (then != GenThen::End) {
-        if (then == GenThen::ShowMenus && !showMenus()) return;
+        if (then == GenThen::ShowMenus && !showMenus()) break;
         if (then == GenThen::ShowCommands) genShowCommands();
         genReapPrograms();
         then = runLine(name);
     }
+    genStopRecording();
 }
 
 ZatStatus zatGENTaskControlLoop(uint32_t, uint32_t component, const char* name,

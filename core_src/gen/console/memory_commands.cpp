@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "gen/console/commands_private.h"
 #include "gen/console/mapped_memory_private.h"
@@ -23,11 +24,25 @@ void genRunMemory(GenCommandLine&) {
     zatOSWShowMemInfo(genConsole.component, ZAT_GEN_TRACE | ZAT_GEN_MONITOR, genConsoleLevel);
 }
 
-/* Whether an id that was typed can be a partition's: the listing follows what stands there. */
+/* Whether memory looks like a partition, as far as its first block. */
+static bool looksLikePartition(MemPartHead* part) {
+    const MemBlockTag* first = memTagAt(part, memFirstBlock);
+    const uint32_t size = memBlockSize(first);
+    return part->end > memFirstBlock + sizeof(MemBlockTag) && first->prevSize == 0 &&
+           size >= sizeof(MemBlockTag) && size % memUnit == 0 && size <= part->end - memFirstBlock;
+}
+
+/* Whether an id that was typed can be a partition's: its semaphore is taken, and the listing
+ * follows what stands there. */
 static bool mayBePartition(ZatPartition partition) {
+    static constexpr uint32_t beginning = memFirstBlock + sizeof(MemBlockTag);
     if (partition == 0) return true;
-    if (!genCheckAccess(partition, sizeof(MemPartHead), GenAccess::Write)) return false;
-    return genCheckAccess(partition, oswRecord<MemPartHead>(partition)->end, GenAccess::Write);
+    if (!genCheckAccess(partition, beginning, GenAccess::Write)) return false;
+    auto* part = oswRecord<MemPartHead>(partition);
+    if (looksLikePartition(part) && genMayAccess(partition, part->end, GenAccess::Write))
+        return true;
+    genSay("< ERROR > no partition at %08lx.\n", static_cast<unsigned long>(partition));
+    return false;
 }
 
 void genRunPartition(GenCommandLine& line) {
@@ -65,8 +80,10 @@ void genRunDump(GenCommandLine& line) {
     if (!genReadHex(line.nextWord(), address) || !genReadNumber(line.nextWord(), length)) return;
     const bool givesLines = genReadNumber(line.nextWord(), lines);
     const auto size = static_cast<uint32_t>(std::max(length, 0));
-    if (!genCheckAccess(address, size, GenAccess::Read)) return;
-    const DumpLines page(lines > 0 ? static_cast<uint32_t>(lines) : zatGENGetDumpLines());
+    /* A null pointer is not followed. */
+    if (address != 0 && !genCheckAccess(address, size, GenAccess::Read)) return;
+    std::optional<DumpLines> page;
+    if (lines > 0) page.emplace(static_cast<uint32_t>(lines));
     zatGENTraceDump(genConsole.component, ZAT_GEN_TRACE | ZAT_GEN_MONITOR, genConsoleLevel,
                     oswRecord<void>(address), length, -1, givesLines);
 }
@@ -76,12 +93,14 @@ void genRunAllocate(GenCommandLine& line) {
     if (!genReadNumber(line.nextWord(), size)) return;
     if (remembered != nullptr) zatOSWOrgFreeMemPart(0, remembered);
     remembered = nullptr;
-    const ZatStatus status = zatOSWOrgAllocMemPart(0, &remembered, static_cast<uint32_t>(size));
+    const auto bytes = static_cast<uint32_t>(size);
+    const ZatStatus status =
+        oswHasRoom(bytes) ? zatOSWOrgAllocMemPart(0, &remembered, bytes) : ZatStatus{ZAT_FAILED};
     if (status != ZAT_OK) {
         genSay("<ERROR> zatOSWAllocMem() rc=0x%lx\n", static_cast<unsigned long>(status));
         return;
     }
-    memset(remembered, 0, static_cast<uint32_t>(size));
+    memset(remembered, 0, bytes);
     genSay("<OK> zatOSWAllocMem() size=%d addr=0x%lx\n", static_cast<int>(size),
            static_cast<unsigned long>(oswWord(remembered)));
 }

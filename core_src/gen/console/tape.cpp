@@ -48,10 +48,15 @@ static GenFile stop() {
     return GenFile(std::exchange(tape.file, nullptr));
 }
 
-GenRecorded genStopRecording() {
-    const OswLock lock(tape.lock);
-    if (tape.mode != TapeMode::Records) return GenRecorded::Nothing;
-    return genCloseWritten(stop()) ? GenRecorded::All : GenRecorded::NotAll;
+bool genStopRecording() {
+    GenFile file;
+    {
+        const OswLock lock(tape.lock);
+        if (tape.mode != TapeMode::Records) return false;
+        file = stop();
+    }
+    if (!genCloseWritten(std::move(file))) genSay("< ERROR > could not write record file.\n");
+    return true;
 }
 
 void genStopTape() {
@@ -91,7 +96,10 @@ static void sayEnd() {
 /* The answer "q": the line that is shown is not run any more. */
 static void quit(GenLine& line) {
     line = {};
-    genStopTape();
+    {
+        const OswLock lock(tape.lock);
+        if (tape.mode == TapeMode::Plays) stop();
+    }
     sayEnd();
 }
 
@@ -113,7 +121,7 @@ static GenPlayed askStep(GenLine& line) {
     for (;;) {
         genSay("=====>> step <<===== (Null:Step, Q:Quit, G:Go)\n");
         GenLine answer;
-        if (!genReceiveLine(answer)) return GenPlayed::Failed;
+        if (!genWantLine() || !genReceiveLine(answer)) return GenPlayed::Failed;
         strip(answer);
         if (genIsWord(answer.text, "q"))
             quit(line);

@@ -31,9 +31,7 @@ void genRunRecord(GenCommandLine& line) {
 }
 
 void genRunStopRecording(GenCommandLine&) {
-    const GenRecorded recorded = genStopRecording();
-    if (recorded == GenRecorded::Nothing) genSay("Invalid requset - not in record mode\n");
-    if (recorded == GenRecorded::NotAll) genSay("< ERROR > could not write record file.\n");
+    if (!genStopRecording()) genSay("Invalid requset - not in record mode\n");
 }
 
 /* Asks for a number; false when there is no answer. What is no number is 0. */

@@ -23,10 +23,8 @@ bool genTapeRuns();
 bool genStartRecording(GenFile file);
 bool genStartPlaying(GenFile file, const GenPlayModes& modes);
 
-enum class GenRecorded { Nothing, All, NotAll };
-
-/* Ends a recording, if there is one, and tells what got into the file. */
-GenRecorded genStopRecording();
+/* Ends a recording, and says so when not all of it got into the file; false when there is none. */
+bool genStopRecording();
 
 /* Ends whatever runs. */
 void genStopTape();

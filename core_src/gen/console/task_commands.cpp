@@ -33,7 +33,8 @@ void genRunScheduler(GenCommandLine& line) {
  * thread library takes it for an address. */
 static bool findTask(const char* word, ZatTaskId& task) {
     zatOSWTaskInfo info;
-    if (genReadUnsigned(word, task) && zatOSWGetTaskInfo(task, &info) == ZAT_OK) return true;
+    if (genReadUnsigned(word, task) && task != 0 && zatOSWGetTaskInfo(task, &info) == ZAT_OK)
+        return true;
     return word != nullptr && zatOSWGetTaskIdByName(&task, word) == ZAT_OK;
 }
 
