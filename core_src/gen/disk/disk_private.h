@@ -9,6 +9,7 @@
 #include "osw/errno_private.h"
 #include "osw/freed_private.h"
 #include "osw/lock_private.h"
+#include "osw/mem_header_private.h"
 
 /*
  * Every call begins with one. Nearly all that the calls do is a point where a task can be deleted,
@@ -27,8 +28,10 @@ class DiskCall {
 /* Text of zatOSWSubAllocMem(). */
 using DiskText = OswPartFreed<char>;
 
+/* Null when there is no memory for it. */
 inline DiskText diskAllocText(size_t sizeBytes) {
-    return DiskText(static_cast<char*>(zatOSWSubAllocMem(static_cast<uint32_t>(sizeBytes))));
+    const auto size = static_cast<uint32_t>(sizeBytes);
+    return DiskText(oswHasRoom(size) ? static_cast<char*>(zatOSWSubAllocMem(size)) : nullptr);
 }
 
 /* Reads a line, or as much of it as there is room for. */

@@ -9,13 +9,13 @@
 static_assert(ETIMEDOUT == ZAT_TIMED_OUT);
 
 /* Wraps as callers know it: the product is signed, and the division drops towards zero. */
-inline uint32_t kernelMilliseconds(uint32_t ticks) {
+inline uint32_t compatMilliseconds(uint32_t ticks) {
     const auto product = static_cast<int32_t>(ticks * 1000u);
     return static_cast<uint32_t>(product / static_cast<int32_t>(ZAT_KERNEL_TICKS_PER_SECOND));
 }
 
 inline ZatTimeoutMs compatTimeout(ZatTicks ticks) {
-    return ticks == 0 || ticks == ZAT_FOREVER ? ticks : kernelMilliseconds(ticks);
+    return ticks == 0 || ticks == ZAT_FOREVER ? ticks : compatMilliseconds(ticks);
 }
 
 inline ZatStatus compatWaited(ZatStatus status) {

@@ -57,7 +57,7 @@ ZatStatus wdStart(ZatKernelWatchdog watchdog, uint32_t delay, ZatKernelRoutine r
     if (handle == nullptr || routine == nullptr) return ZAT_FAILED;
     __atomic_store_n(&handle->routine, routine, __ATOMIC_RELAXED);
     __atomic_store_n(&handle->parameter, parameter, __ATOMIC_RELAXED);
-    return zatOSWStartTimer(handle->timer, kernelMilliseconds(delay), expired, watchdog);
+    return zatOSWStartTimer(handle->timer, compatMilliseconds(delay), expired, watchdog);
 }
 
 ZatStatus wdCancel(ZatKernelWatchdog watchdog) {
