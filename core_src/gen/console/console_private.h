@@ -35,6 +35,8 @@ __attribute__((format(printf, 1, 2))) void genSay(const char* format, ...);
 /* The same with type 0x101. */
 __attribute__((format(printf, 1, 2))) void genAnnounce(const char* format, ...);
 
+bool genConsoleIsThere();
+
 /* Has the reader of standard input, if there is one, read a line. False when that fails. */
 bool genWantLine();
 

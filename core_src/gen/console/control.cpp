@@ -54,13 +54,13 @@ static void takeAway(const uint32_t* serial) {
     genConsole.serial += 1;
 }
 
-static bool isThere() {
+bool genConsoleIsThere() {
     const OswLock lock(genConsole.lock);
     return genConsole.queue != 0;
 }
 
 ZatStatus zatGENInitTaskControl(uint32_t stdinDefault) {
-    if (isThere()) return ZAT_OK;
+    if (genConsoleIsThere()) return ZAT_OK;
     ConsoleMaker maker;
     ZatStatus status = zatOSWCreateMsgQueue(&maker.queue, queueCapacity, ZAT_GEN_COMMAND_LINE_SIZE,
                                             ZAT_MSG_QUEUE_GROWABLE);

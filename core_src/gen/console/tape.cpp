@@ -136,9 +136,13 @@ static GenPlayed askStep(GenLine& line) {
 GenPlayed genPlayLine(GenLine& line) {
     bool ended = false;
     bool asks = false;
+    /* A file that is played over and over may hold nothing that waits. */
+    if (genTapeRuns()) pthread_testcancel();
+    const bool isWanted = genConsoleIsThere();
     {
         const OswLock lock(tape.lock);
         if (tape.mode != TapeMode::Plays) return GenPlayed::NotPlaying;
+        if (!isWanted) return GenPlayed::Failed;
         line = {};
         if (fgets(line.text, ZAT_GEN_COMMAND_LINE_SIZE, tape.file) == nullptr)
             return GenPlayed::Failed;
