@@ -168,9 +168,7 @@ static uint32_t clampStack(uint32_t requested) {
 
 OswTaskName oswTaskName(const char* name) {
     OswTaskName result = {};
-    if (name != nullptr)
-        snprintf(result.text, sizeof result.text, "%.*s", static_cast<int>(ZAT_TASK_NAME_SIZE),
-                 name);
+    if (name != nullptr) memcpy(result.text, name, strnlen(name, ZAT_TASK_NAME_SIZE));
     return result;
 }
 

@@ -7,6 +7,7 @@
 #include <sched.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <atomic>
 
 #include "osw/errno_private.h"
@@ -36,9 +37,11 @@ int oswDefaultPolicy() {
 }
 
 OswScheduling oswSchedulingFor(int policy, int32_t priority) {
-    if (policy == SCHED_OTHER || priority < sched_get_priority_min(policy)) return {SCHED_OTHER, 0};
-    const int highest = sched_get_priority_max(policy);
-    return {policy, priority > highest ? highest : priority};
+    /* The kernel has one range for both real-time policies, which never changes: asked once. */
+    static const int lowest = sched_get_priority_min(SCHED_FIFO);
+    static const int highest = sched_get_priority_max(SCHED_FIFO);
+    if (policy == SCHED_OTHER || priority < lowest) return {SCHED_OTHER, 0};
+    return {policy, std::min<int>(priority, highest)};
 }
 
 /* Whether an id that the registry does not know leads to memory at all. */
