@@ -19,6 +19,7 @@ using Lines = std::vector<std::string>;
 
 static Lines calls;               /* mounts and commands, in their order */
 static std::string beforeCommand; /* what the shell does first */
+static bool mountFails;
 
 static std::string inTestDirectory(const std::string& name) {
     return std::string(getenv("TEST_TMPDIR")) + "/" + name;
@@ -36,7 +37,7 @@ static Function* systemsOwn(const char* name) {
 
 static int note(const std::string& call) {
     calls.push_back(call);
-    return 0;
+    return mountFails ? -1 : 0;
 }
 
 extern "C" FILE* fopen(const char* path, const char* mode) {
@@ -164,6 +165,27 @@ TEST_F(Disk, IsMountedAndUnmountedOnlyWhereItHasToBe) {
     char name[4] = "???";
     EXPECT_EQ(zatGENGetDiskDevName("/mnt/cf", name, 2), ZAT_OK);
     EXPECT_STREQ(name, "/e?") << "the first entry, as much as there is room for";
+}
+
+TEST_F(Disk, SaysWhichOfTheSystemsFilesIsMissing) {
+    char letter = '?';
+    uint32_t kind = 7;
+    GenCacheParam values = {};
+    EXPECT_EQ(zatGENVerifyDiskMount("/d", "/mnt"), 0x20030108u);
+    provide("/etc/mtab", "");
+    EXPECT_EQ(zatGENVerifyDiskMount("/d", "/mnt"), ZAT_DISK_NOT_MOUNTED);
+    mountFails = true;
+    EXPECT_EQ(zatGENMountDisk("/d", "/mnt"), ZAT_DISK_MOUNT_FAILED);
+    provide("/etc/mtab", "/d /mnt vfat rw 0 0\n");
+    EXPECT_EQ(zatGENUmountDisk("/d", "/mnt"), ZAT_DISK_UNMOUNT_FAILED);
+    mountFails = false;
+    for (const char* path : {"/proc/ide/cf", "/etc/mtools.conf"})
+        std::filesystem::remove(placeOf(path));
+    EXPECT_EQ(zatGENFindDisk("", &kind), ZAT_DISK_NO_PROC_FILE);
+    EXPECT_EQ(zatGENGetDiskDrvLetter("/d", &letter), ZAT_DISK_NO_MTOOLS_CONF);
+    EXPECT_EQ(letter, '\n');
+    EXPECT_EQ(zatGENGetSysCacheParam(&values), ZAT_DISK_NO_CACHE_FILE);
+    EXPECT_EQ(zatGENSetSysCacheParam(&values), ZAT_DISK_NO_CACHE_FILE);
 }
 
 TEST_F(Disk, HasFiguresAndBuffersInTheKernel) {

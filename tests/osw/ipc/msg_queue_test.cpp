@@ -10,6 +10,7 @@
 #include <memory>
 #include <set>
 
+#include "osw/ipc/object_private.h"
 #include "osw/ipc/peer.h"
 #include "osw/worker.h"
 
@@ -214,6 +215,13 @@ void giveUpResourceRight() {
     ASSERT_EQ(syscall(SYS_capget, &header, rights), 0);
     rights[0].effective &= ~(1u << CAP_SYS_RESOURCE);
     ASSERT_EQ(syscall(SYS_capset, &header, rights), 0);
+}
+
+TEST(SharedQueue, SaysSoWhenSomebodyRemovedTheSystemsQueue) {
+    ASSERT_EQ(zatOSWIpcCreateMsgQueue("removed", &queue, 4, 8, 0), ZAT_OK);
+    ASSERT_EQ(msgctl(recordOf<IpcHandle>(queue).entry->queue.queueId, IPC_RMID, nullptr), 0);
+    EXPECT_EQ(zatOSWIpcSendMsgQueue(queue, "message", 8, 1000, 0), ZAT_IPC_MSGSND_FAILED);
+    EXPECT_EQ(zatOSWIpcDeleteMsgQueue(queue), ZAT_OK);
 }
 
 TEST(SharedQueue, ThatTheSystemRefusesToHoldLeavesNothing) {
