@@ -26,13 +26,13 @@ help: ## Show this list
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / { printf "  make %-16s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 	@echo "  One target only: TARGET=i686 or TARGET=powerpc"
 
-.PHONY: setup setup-lint setup-sanitize setup-valgrind setup-fuzz setup-bench setup-all
+.PHONY: setup setup-lint setup-sanitize setup-valgrind setup-fuzz setup-coverage setup-bench setup-all
 setup: ## Install what building, running and testing need
 	@$(SETUP) base
-setup-lint setup-sanitize setup-valgrind setup-fuzz setup-bench: setup-%:
+setup-lint setup-sanitize setup-valgrind setup-fuzz setup-coverage setup-bench: setup-%:
 	@$(SETUP) base $*
 setup-all: ## Install what any of these commands needs
-	@$(SETUP) base lint sanitize valgrind fuzz bench
+	@$(SETUP) base lint sanitize valgrind fuzz coverage bench
 
 # Configures where nothing is configured yet, after a change of the presets, or with new options;
 # CMake itself notices all else. Two makes in one tree take turns.
@@ -91,7 +91,18 @@ check-tidy: setup-lint ## The sources under clang-tidy
 check-format: setup-lint ## Whether the sources are formatted
 	@$(sources) | xargs -0 clang-format --dry-run -Werror && echo "All sources are formatted"
 
-.PHONY: format
+# Tests that end a process on purpose leave no counts of it behind.
+coverage: setup-coverage ## Which lines and branches of the library the suite runs, by file
+	@$(call build_tree,coverage)
+	@find build/coverage -name '*.gcda' -delete
+	@$(call run_suite,coverage)
+	@gcovr --root . --object-directory build/coverage --gcov-executable i686-linux-gnu-gcov \
+	    --filter core_src/ --exclude-throw-branches --exclude-unreachable-branches \
+	    --sort-percentage --txt-metric branch --fail-under-branch 85 build/coverage
+	@gcovr --root . --object-directory build/coverage --gcov-executable i686-linux-gnu-gcov \
+	    --filter core_src/ --sort-percentage --fail-under-line 95 build/coverage
+
+.PHONY: format coverage
 format: setup-lint ## Format the sources
 	@$(sources) | xargs -0 clang-format -i
 

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that the given groups need; silent where nothing is missing.
-#   setup.sh GROUP...      groups: base lint sanitize valgrind fuzz bench
+#   setup.sh GROUP...      groups: base lint sanitize valgrind fuzz coverage bench
 set -eu
 
 # Build, run and test; g++ is for the tools, which run on this machine itself. The 32-bit x86
@@ -20,6 +20,8 @@ valgrind="valgrind libc6-dbg:i386"
 
 fuzz="clang libclang-rt-14-dev"
 
+coverage="gcovr"
+
 bench="libbenchmark-dev:i386"
 
 wanted=
@@ -30,6 +32,7 @@ for group; do
     sanitize) wanted+=" $sanitize" ;;
     valgrind) wanted+=" $valgrind" ;;
     fuzz) wanted+=" $fuzz" ;;
+    coverage) wanted+=" $coverage" ;;
     bench) wanted+=" $bench" ;;
     *) echo "setup.sh: unknown group: $group" >&2; exit 2 ;;
     esac
