@@ -61,6 +61,14 @@ test: setup build ## Run the whole test suite on both targets
 	done; \
 	if [ -n "$$failed" ]; then echo "Tests failed on:$$failed"; exit 1; fi
 
+.PHONY: package
+package: setup ## Make Debian packages, and build programs against what is in them
+	@set -e; for target in $(TARGETS); do \
+	    ( $(call build_tree,debian-$$target) ); \
+	    cpack --config build/debian-$$target/CPackConfig.cmake -B build/debian-$$target >/dev/null; \
+	    tests/package/debian.sh build/debian-$$target; \
+	done
+
 # Each check stands alone; together, all of them run before the failed ones are named.
 CHECKS := check-format check-tidy check-asan check-memcheck check-drd check-fuzz
 
