@@ -29,7 +29,7 @@ run() {  # shared|static PROGRAM
 for language in C CXX; do
     tree=$scratch/$language
     { "$zatosw_cmake" -S "$source" -B "$tree" -G Ninja -DLANGUAGE=$language "${zatosw_toolchain[@]}" \
-        -DCMAKE_BUILD_TYPE=Release "-Dzatosw_DIR=$libraries/cmake/zatosw" &&
+        -DCMAKE_BUILD_TYPE=Release "-DCMAKE_PREFIX_PATH=$prefix" &&
         "$zatosw_cmake" --build "$tree"; } >"$scratch/log" 2>&1 ||
         { cat "$scratch/log"; fail "CMake: $language"; }
     run shared "$tree/with_zatosw"

@@ -22,6 +22,12 @@ for name in libzatosw.so libzatosw.so.1; do
     [ -e "$directory/$name" ] || { echo "$name was not installed"; exit 1; }
 done
 
+names() { "$zatosw_nm" --defined-only "$@" | awk 'NF == 3 { sub(/@.*/, "", $3); print $3 }' | sort; }
+names -D "$library" | grep -v '^ZATOSW_1' >"$scratch/shared"
+names -g "$directory/libzatosw.a" >"$scratch/static"
+diff "$scratch/shared" "$scratch/static" ||
+    { echo "the static library has other names (>) than the shared one (<)"; exit 1; }
+
 if [ -e "$build/tools/zatlog" ]; then
     for name in bin/zatlog share/man/man1/zatlog.1; do
         [ -e "$scratch/root/$name" ] || { echo "$name was not installed"; exit 1; }

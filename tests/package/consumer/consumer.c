@@ -20,8 +20,7 @@ static int taskCanBeDeleted(void) {
            zatOSWCreateEventSem(&reached, 0, 0) == ZAT_OK &&
            zatOSWCreateJoinTask(&task, "waits", ZAT_INHERIT_PRIORITY, 32768, waitForever, 1, event,
                                 reached, 0, 0, 0, 0, 0, 0, 0, 0) == ZAT_OK &&
-           zatOSWWaitEventSem(reached, ZAT_FOREVER) == ZAT_OK &&
-           zatOSWDeleteTask(task) == ZAT_OK &&
+           zatOSWWaitEventSem(reached, ZAT_FOREVER) == ZAT_OK && zatOSWDeleteTask(task) == ZAT_OK &&
            zatOSWWaitJoinableTask(task, 1, &exitValue) == ZAT_OK && exitValue == UINT32_MAX &&
            zatOSWDeleteEventSem(event) == ZAT_OK && zatOSWDeleteEventSem(reached) == ZAT_OK;
 }

@@ -1,7 +1,7 @@
 // The same in C++: a task that ends unwinds the program's own frames.
+#include <zatosw/zatosw.h>
 #include <cstdio>
 #include <stdexcept>
-#include <zatosw/zatosw.h>
 
 namespace {
 
