@@ -46,6 +46,8 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${c_and_cxx_runtime}")
+# What the calls for removable disks run.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS mtools)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
     "${debian}/symbols" "${debian}/shlibs" "${debian}/triggers")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
