@@ -2,10 +2,11 @@
 # The library's binary interface: its symbols, and the types of the public headers that they use.
 #   abi.sh record BUILD_DIRECTORY FILE    writes it down
 #   abi.sh check BUILD_DIRECTORY FILE     tells in what it differs from what was written down
+# (Words that begin with zatosw_ are set in target-settings.)
+# shellcheck disable=SC1091,SC2154
 set -euo pipefail
 build=$2
 record=$3
-# shellcheck disable=SC1091
 . "$build/target-settings"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

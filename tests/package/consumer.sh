@@ -2,12 +2,13 @@
 # Builds programs against an installed tree, in C and in C++, by CMake and by pkg-config, with the
 # shared and with the static library, and runs them.
 #   consumer.sh BUILD_DIRECTORY PREFIX LIBRARY_DIRECTORY    (the latter below PREFIX)
+# (Words that begin with zatosw_ are set in target-settings.)
+# shellcheck disable=SC1091,SC2154
 set -euo pipefail
 build=$(realpath "$1")
 prefix=$2
 libraries=$prefix/$3
 source=$(realpath "$(dirname "$0")")/consumer
-# shellcheck disable=SC1091
 . "$build/target-settings"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

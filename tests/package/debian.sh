@@ -1,11 +1,12 @@
 #!/bin/bash
 # Looks at the Debian packages of a build tree, unpacks them, and builds programs against that.
 #   debian.sh BUILD_DIRECTORY
+# (Words that begin with zatosw_ are set in target-settings.)
+# shellcheck disable=SC1091,SC2154
 set -euo pipefail
 export LC_ALL=C
 build=$1
 here=$(dirname "$0")
-# shellcheck disable=SC1091
 . "$build/target-settings"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

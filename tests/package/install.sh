@@ -1,10 +1,11 @@
 #!/bin/bash
 # Installs the library elsewhere, whole and by components; programs then find there all they need.
 #   install.sh BUILD_DIRECTORY
+# (Words that begin with zatosw_ are set in target-settings.)
+# shellcheck disable=SC1091,SC2154
 set -euo pipefail
 build=$1
 here=$(dirname "$0")
-# shellcheck disable=SC1091
 . "$build/target-settings"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
