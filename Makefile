@@ -26,18 +26,19 @@ help: ## Show this list
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / { printf "  make %-16s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 	@echo "  One target only: TARGET=i686 or TARGET=powerpc"
 
-.PHONY: setup setup-lint setup-sanitize setup-valgrind setup-fuzz setup-coverage setup-bench setup-all
+SETUP_GROUPS := abi lint sanitize valgrind fuzz coverage bench
+.PHONY: setup setup-all $(SETUP_GROUPS:%=setup-%)
 setup: ## Install what building, running and testing need
 	@$(SETUP) base
-setup-lint setup-sanitize setup-valgrind setup-fuzz setup-coverage setup-bench: setup-%:
+$(SETUP_GROUPS:%=setup-%): setup-%:
 	@$(SETUP) base $*
 setup-all: ## Install what any of these commands needs
-	@$(SETUP) base lint sanitize valgrind fuzz coverage bench
+	@$(SETUP) base $(SETUP_GROUPS)
 
 # Configures where nothing is configured yet, after a change of the presets, or with new options;
 # CMake itself notices all else. Two makes in one tree take turns.
 configure = if [ ! -e build/$(1)/build.ninja ] || [ CMakePresets.json -nt build/$(1)/build.ninja ] \
-	|| [ -n "$(strip $(CMAKE_ARGS))" ]; then cmake --preset $(1) $(CMAKE_ARGS); fi
+	|| [ CMakeUserPresets.json -nt build/$(1)/build.ninja ] || [ -n "$(strip $(CMAKE_ARGS))" ]; then cmake --preset $(1) $(CMAKE_ARGS); fi
 build_tree = mkdir -p build/$(1) && exec 9>build/$(1)/.lock && flock 9 \
 	&& { $(call configure,$(1)); } 9>&- && cmake --build build/$(1) -j $(JOBS) $(2) 9>&-
 sources = find core_src tests examples bench fuzz tools \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) -print0
@@ -61,8 +62,16 @@ test: setup build ## Run the whole test suite on both targets
 	done; \
 	if [ -n "$$failed" ]; then echo "Tests failed on:$$failed"; exit 1; fi
 
+.PHONY: package
+package: setup ## Make Debian packages, and build programs against what is in them
+	@set -e; for target in $(TARGETS); do \
+	    ( $(call build_tree,debian-$$target) ); \
+	    cpack --config build/debian-$$target/CPackConfig.cmake -B build/debian-$$target >/dev/null; \
+	    tests/package/debian.sh build/debian-$$target; \
+	done
+
 # Each check stands alone; together, all of them run before the failed ones are named.
-CHECKS := check-format check-tidy check-asan check-memcheck check-drd check-fuzz
+CHECKS := check-format check-abi check-tidy check-asan check-memcheck check-drd check-fuzz
 
 .PHONY: check $(CHECKS)
 check: ## Run the suite under the checkers, and look at the sources
@@ -85,12 +94,18 @@ check-drd: setup-valgrind ## The suite under valgrind's data race checker
 check-fuzz: setup-fuzz ## A minute of lines that nobody would type (FUZZ_SECONDS=n)
 	@$(call build_tree,fuzz)
 	@fuzz/run.sh build/fuzz/fuzz $(FUZZ_SECONDS)
+check-abi: setup-abi ## Whether the binary interface is the one that is written down in abi/
+	@set -e; for target in $(TARGETS); do \
+	    ( $(call build_tree,$$target,--target zatosw zatosw_static) ); \
+	    cmake/abi.sh check build/$$target abi/$$target.abi; \
+	done
 check-tidy: setup-lint ## The sources under clang-tidy
 	@$(call build_tree,i686)
 	@cmake/tidy.sh build/i686 $(JOBS)
 check-format: setup-lint ## Whether the sources are formatted
 	@$(sources) | xargs -0 clang-format --dry-run -Werror && echo "All sources are formatted"
 
+.PHONY: coverage
 # Tests that end a process on purpose leave no counts of it behind.
 coverage: setup-coverage ## Which lines and branches of the library the suite runs, by file
 	@$(call build_tree,coverage)
@@ -102,7 +117,14 @@ coverage: setup-coverage ## Which lines and branches of the library the suite ru
 	@gcovr --root . --object-directory build/coverage --gcov-executable i686-linux-gnu-gcov \
 	    --filter core_src/ --sort-percentage --fail-under-line 95 build/coverage
 
-.PHONY: format coverage
+.PHONY: abi
+abi: setup-abi ## Write the binary interface down in abi/, after it became larger
+	@set -e; for target in $(TARGETS); do \
+	    ( $(call build_tree,$$target,--target zatosw zatosw_static) ); \
+	    cmake/abi.sh record build/$$target abi/$$target.abi; \
+	done
+
+.PHONY: format
 format: setup-lint ## Format the sources
 	@$(sources) | xargs -0 clang-format -i
 

@@ -1,13 +1,15 @@
 #!/bin/bash
 # Installs the Debian packages that the given groups need; silent where nothing is missing.
-#   setup.sh GROUP...      groups: base lint sanitize valgrind fuzz coverage bench
+#   setup.sh GROUP...      groups: base abi lint sanitize valgrind fuzz coverage bench
 set -eu
 
 # Build, run and test; g++ is for the tools, which run on this machine itself. The 32-bit x86
 # programs run on its own lib32 libraries. Tests of the disk calls run the mtools commands.
 # (gcc-multilib would bring a compiler for them, too, but excludes the cross compilers.)
-base="cmake ninja-build make util-linux googletest qemu-user g++ mtools
+base="cmake ninja-build make util-linux googletest qemu-user g++ mtools pkg-config
       g++-i686-linux-gnu libc6-i386 lib32gcc-s1 lib32stdc++6 g++-powerpc-linux-gnu"
+
+abi="abigail-tools"
 
 lint="clang-tidy clang-format"
 
@@ -28,6 +30,7 @@ wanted=
 for group; do
     case $group in
     base) wanted+=" $base" ;;
+    abi) wanted+=" $abi" ;;
     lint) wanted+=" $lint" ;;
     sanitize) wanted+=" $sanitize" ;;
     valgrind) wanted+=" $valgrind" ;;

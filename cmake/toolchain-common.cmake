@@ -7,6 +7,10 @@ list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ZATOSW_TOOLCHAIN_PREFIX ZATOSW_
 set(ZATOSW_SYSROOT "" CACHE PATH "Root directory of the target's libraries; empty = the compiler's")
 if(ZATOSW_SYSROOT)
     set(CMAKE_SYSROOT "${ZATOSW_SYSROOT}")
+    # What this machine has for itself is nothing for the target. Packages may lie elsewhere, too:
+    # CMAKE_PREFIX_PATH leads to what is not in the system root yet.
+    set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+    set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 endif()
 
 set(CMAKE_SYSTEM_NAME Linux)

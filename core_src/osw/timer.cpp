@@ -96,8 +96,8 @@ static bool readCountdown(ZatTimer handle, Countdown& countdown) {
     return true;
 }
 
-/* Whether a countdown that has run out is to call: a stop may have come in the last moment, and also
- * after the one that was consumed. Its post must not be left for the next countdown. */
+/* Whether a countdown that has run out is to call: a stop may have come in the last moment, and
+ * also after the one that was consumed. Its post must not be left for the next countdown. */
 static bool endCountdown(ZatTimer handle, const TimerEvents& events, bool consumedStop) {
     OswLock lock;
     OswTimerRecord* timer = findOwnTimer(handle, lock);

@@ -21,7 +21,7 @@ complain_about() {  # TEXT FILE: every line of the file is a fault
     fi
 }
 
-sed 's/[[:space:]]*$//; /^#/d; /^$/d' "$list" >"$scratch/listed"
+sed '/^#/d; s/[[:space:]].*//; /^$/d' "$list" >"$scratch/listed"
 sort -u "$scratch/listed" >"$scratch/listed.sorted"
 if ! cmp -s "$scratch/listed" "$scratch/listed.sorted"; then
     failed=1
