@@ -134,4 +134,20 @@ TEST_F(Console, IsTakenAwayWhileItWaits) {
     }
 }
 
+TEST_F(Console, EndsWhileItPlaysWhatNeverWaits) {
+    SKIP_IF_THREADS_ARE_FOLLOWED();
+    std::ofstream("tape") << "ps * 20\nS\n";
+    const std::string all = session("P tape\n0\n1", ">>>> Enter play mode >>>>\n");
+    EXPECT_TRUE(all.ends_with(">>>> Enter play mode >>>>\n< ERROR > during data input.\n"));
+    const auto files = openFiles();
+    zatGENInitTaskControl(0);
+    queueLines("P tape\n0\n1");
+    Worker loop([] { return zatGENStartTaskControl(0, component, nullptr, nullptr, nullptr); });
+    EXPECT_TRUE(waitFor([&] { return openFiles() > files; }));
+    loop.remove();
+    loop.join();
+    zatGENTermTaskControl();
+    EXPECT_EQ(openFiles(), files);
+}
+
 }  // namespace
