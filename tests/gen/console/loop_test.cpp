@@ -140,6 +140,7 @@ TEST_F(Console, EndsWhileItPlaysWhatNeverWaits) {
     const std::string all = session("P tape\n0\n1", ">>>> Enter play mode >>>>\n");
     EXPECT_TRUE(all.ends_with(">>>> Enter play mode >>>>\n< ERROR > during data input.\n"));
     const auto files = openFiles();
+    lastWords = "";
     zatGENInitTaskControl(0);
     queueLines("P tape\n0\n1");
     Worker loop([] { return zatGENStartTaskControl(0, component, nullptr, nullptr, nullptr); });
