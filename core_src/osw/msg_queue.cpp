@@ -1,5 +1,5 @@
 /*
- * Message queues: a ring of slots and two counting semaphores.
+ * QueuedMessage queues: a ring of slots and two counting semaphores.
  *
  * The queue lock guards the list and every ring; nobody waits with it. A task that has to wait on a
  * queue's semaphore gives the queue lock up only once it has the semaphore's own locks, so that a
@@ -122,14 +122,14 @@ static uint32_t before(const OswMsgQueue& queue, uint32_t index) {
     return index == 0 ? queue.capacity - 1 : index - 1;
 }
 
-struct Message {
+struct QueuedMessage {
     const void* data;
     uint32_t length;
     bool urgent;
 };
 
 /* Puts a message into a ring that has room for it. */
-static ZatStatus place(OswMsgQueue& queue, const Message& message) {
+static ZatStatus place(OswMsgQueue& queue, const QueuedMessage& message) {
     if (const ZatStatus error = oswPostCountSem(queue.msgSem); error != ZAT_OK) return error;
     uint32_t index = queue.tail;
     if (message.urgent)
@@ -163,7 +163,7 @@ static ZatStatus grow(OswMsgQueue& queue, uint32_t capacity, void** oldBuffer) {
 }
 
 /* Sends into a growable queue, whose lock is held; it is given up before the growth is reported. */
-static ZatStatus sendGrowing(OswMsgQueue& queue, const Message& message, OswLock& lock) {
+static ZatStatus sendGrowing(OswMsgQueue& queue, const QueuedMessage& message, OswLock& lock) {
     if (queue.msgCount != queue.capacity) return place(queue, message);
     const uint32_t msgSize = queue.msgSize;
     const uint32_t capacity = queue.msgCount + queue.growStep;
@@ -204,7 +204,7 @@ ZatStatus zatOSWSendMsgQueue(ZatMsgQueue queue, const void* message, uint32_t le
     if (const ZatStatus error = lock.take(oswMsgQueues.lock); error != ZAT_OK) return error;
     OswMsgQueue* record = findQueue(queue);
     if (record == nullptr || lengthBytes > record->msgSize) return ZAT_FAILED;
-    const Message placed = {message, lengthBytes, urgent != 0};
+    const QueuedMessage placed = {message, lengthBytes, urgent != 0};
     if (record->growable) return sendGrowing(*record, placed, lock);
     ZatStatus status = waitInQueue(record, record->slotSem, timeoutMs, lock);
     if (status != ZAT_OK) return status;

@@ -13,12 +13,12 @@ static constexpr uint32_t unnamedKind = 9;
 static constexpr char escape[] = "\x1b%-12345X";
 static constexpr uint32_t blockSize = 1024;
 
-struct Transfer {
+struct FileTransfer {
     const char* source;
     const char* target; /* null: it has no name for the receiver */
 };
 
-static void send(const Transfer& transfer, const void* block, size_t length) {
+static void send(const FileTransfer& transfer, const void* block, size_t length) {
     const auto bytes = static_cast<uint32_t>(length);
     const uint32_t kind = transfer.target != nullptr ? namedKind : unnamedKind;
     zatGENTransferData(genConsole.component, kind, genConsoleLevel, oswWord(block), bytes,
@@ -30,7 +30,7 @@ struct Banner {
     char text[2 * ZAT_GEN_COMMAND_LINE_SIZE + 64];
 };
 
-static Banner sayMoment(const Transfer& transfer, const char* moment) {
+static Banner sayMoment(const FileTransfer& transfer, const char* moment) {
     Banner banner;
     if (transfer.target != nullptr)
         snprintf(banner.text, sizeof banner.text,
@@ -44,7 +44,7 @@ static Banner sayMoment(const Transfer& transfer, const char* moment) {
 }
 
 /* The first or last block: a mark with the name, or else the banner. */
-static void sendFrame(const Transfer& transfer, Banner banner, const char* mark) {
+static void sendFrame(const FileTransfer& transfer, Banner banner, const char* mark) {
     if (transfer.target != nullptr)
         snprintf(banner.text, sizeof banner.text, "%s@FT %s %s%s", escape, mark, transfer.target,
                  escape);
@@ -52,7 +52,7 @@ static void sendFrame(const Transfer& transfer, Banner banner, const char* mark)
 }
 
 void genRunFileTransfer(GenCommandLine& line) {
-    Transfer transfer = {line.nextWord(), nullptr};
+    FileTransfer transfer = {line.nextWord(), nullptr};
     if (transfer.source == nullptr) return;
     transfer.target = line.nextWord();
     const Banner start = sayMoment(transfer, "start");

@@ -46,7 +46,7 @@ static_assert(sizeof(IpcMemPartBlock) == 24 && offsetof(IpcMemPartBlock, id) == 
               offsetof(IpcMemPartBlock, offset) == 8 && offsetof(IpcMemPartBlock, address) == 12 &&
               offsetof(IpcMemPartBlock, reqSize) == 16 && offsetof(IpcMemPartBlock, size) == 20);
 
-struct PartReport {
+struct SharedPartReport {
     IpcMemPartSnap snap;
     OswPartSurvey seen;
     OswRecords<IpcMemPartBlock> blocks;
@@ -94,7 +94,7 @@ static void addBlocks(const ShmHeap& heap, OswRecords<IpcMemPartBlock>& blocks) 
 
 /* Under the lock. The room is for blocks that are there: a spoilt count asks for no more. */
 static ZatStatus lookAtPart(IpcHandle& handle, void* data) {
-    auto& report = *static_cast<PartReport*>(data);
+    auto& report = *static_cast<SharedPartReport*>(data);
     const ShmHeap heap = oswIpcHeapOf(handle);
     report.snap = takeSnap(handle);
     report.seen = survey(heap);
@@ -104,7 +104,7 @@ static ZatStatus lookAtPart(IpcHandle& handle, void* data) {
     return ZAT_OK;
 }
 
-static ZatStatus lookAtNamed(const char* name, PartReport& report) {
+static ZatStatus lookAtNamed(const char* name, SharedPartReport& report) {
     IpcLock lock;
     if (const ZatStatus status = oswIpcLockType(lock, IPC_PARTITION); status != ZAT_OK)
         return status;
@@ -138,7 +138,7 @@ static void printBlocks(const OswReportOutput& to, const OswRecords<IpcMemPartBl
                   oswAsLong(block.reqSize), block.size);
 }
 
-static void print(const OswReportOutput& to, const PartReport& report, bool verbose) {
+static void print(const OswReportOutput& to, const SharedPartReport& report, bool verbose) {
     if (verbose) printBlocks(to, report.blocks);
     const IpcMemPartSnap& snap = report.snap;
     const OswPartUse use = {snap.address,        snap.size,           snap.used.curBytes,
@@ -163,7 +163,7 @@ ZatStatus zatOSWIpcShowMemPartInfo(ZatIpcHandle part, uint32_t verbose) {
     static constexpr IpcChange change = {IPC_PARTITION, lookAtPart, nullptr};
     static constexpr OswReportOutput to = {IPC_PART_COMPONENT, 15};
     const OswKeepErrno keepErrno;
-    PartReport report = {};
+    SharedPartReport report = {};
     const ZatStatus status =
         oswGather(report.blocks, [&] { return oswIpcApply(part, change, &report); });
     if (status == ZAT_OK) print(to, report, verbose != 0);
@@ -182,7 +182,7 @@ void zatOSWIpcShowMemPartList(uint32_t component, uint32_t selector) {
 
 void zatOSWIpcShowMemPartBlock(uint32_t component, uint32_t selector, const char* name) {
     const OswKeepErrno keepErrno;
-    PartReport report = {};
+    SharedPartReport report = {};
     if (name != nullptr &&
         oswGather(report.blocks, [&] { return lookAtNamed(name, report); }) == ZAT_OK)
         print({component, selector}, report, true);
