@@ -11,9 +11,7 @@ docs/reference/pictures.sh --check
 rm -rf "$directory"
 mkdir -p "$directory"
 docs/reference/man_pages.py "$ZATOSW_VERSION" "$directory/man3"
-# A date would be that of the headers, which do not have one.
-warnings=$(cd "$directory" && mandoc -T lint -W warning man3/zatosw*.3 | grep -v ': missing date, ' || true)
-[ -z "$warnings" ] || { echo "$warnings"; exit 1; }
+docs/reference/lint.sh "$directory/man3"
 
 (cat docs/reference/Doxyfile; echo "OUTPUT_DIRECTORY = $directory") | doxygen -
 echo "$directory/html/index.html and $(find "$directory/man3" -name 'zatosw*.3' | wc -l) manual pages are written"
