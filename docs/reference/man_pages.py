@@ -84,7 +84,7 @@ def escape_lines(lines):
 
 def sentences(text):
     """Text with each sentence on a line of its own, as manual pages are written."""
-    return re.sub(r"(?<=[a-z0-9)\"]{2}[.?!]) +(?=[A-Z\"])", "\n", " ".join(text.split()))
+    return re.sub(r"(?<=[a-z0-9()\"]{2}[.?!]) +(?=[A-Z\"])", "\n", " ".join(text.split()))
 
 
 def flow(text):
@@ -183,7 +183,7 @@ def described(item):
 
 
 def code_block(code):
-    code = code.replace("ZATOSW_API ", "")
+    code = code.replace("ZATOSW_API ", "").replace("/**<", "/*")
     return ".PP\n.nf\n" + escape_lines(code.split("\n")) + "\n.fi"
 
 
