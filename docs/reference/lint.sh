@@ -6,6 +6,6 @@ cd "$1" || exit 1
 # The pages have the date of nothing: the headers have none. What only leads to a page is looked up.
 warnings=$(mandoc -T lint -W warning zatosw*.3 | grep -v ': missing date, ')
 [ -z "$warnings" ] || { echo "$warnings"; exit 1; }
-for page in $(sed -n 's:^\.so man3/::p' ./*.3 | sort -u); do
+while read -r page; do
     [ -e "$page" ] || { echo "$page is led to and not there"; exit 1; }
-done
+done < <(sed -n 's:^\.so man3/::p' ./*.3 | sort -u)
