@@ -26,7 +26,7 @@ help: ## Show this list
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / { printf "  make %-16s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 	@echo "  One target only: TARGET=i686 or TARGET=powerpc"
 
-SETUP_GROUPS := abi lint sanitize valgrind fuzz coverage bench
+SETUP_GROUPS := abi lint sanitize valgrind fuzz coverage bench doc
 .PHONY: setup setup-all $(SETUP_GROUPS:%=setup-%)
 setup: ## Install what building, running and testing need
 	@$(SETUP) base
@@ -139,6 +139,10 @@ bench: setup-bench ## Measure (ARGS="--benchmark_filter=..." and the like)
 	    build/bench/run-on-target build/bench/bench/$$name $(ARGS); \
 	done; \
 	if [ -z "$$found" ]; then echo "bench/ has no benchmarks"; exit 1; fi
+
+.PHONY: doc
+doc: setup-doc ## Write and check the documentation: build/doc/html, build/doc/man3
+	@docs/reference/make.sh build/doc
 
 .PHONY: clean
 clean: ## Remove everything that was built

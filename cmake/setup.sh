@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that the given groups need; silent where nothing is missing.
-#   setup.sh GROUP...      groups: base abi lint sanitize valgrind fuzz coverage bench
+#   setup.sh GROUP...      groups: base abi lint sanitize valgrind fuzz coverage bench doc
 set -eu
 
 # Build, run and test; g++ is for the tools, which run on this machine itself. The 32-bit x86
@@ -26,6 +26,9 @@ coverage="gcovr"
 
 bench="libbenchmark-dev:i386"
 
+# graphviz draws the pictures; mandoc judges the manual pages.
+doc="doxygen graphviz mandoc python3"
+
 wanted=
 for group; do
     case $group in
@@ -37,6 +40,7 @@ for group; do
     fuzz) wanted+=" $fuzz" ;;
     coverage) wanted+=" $coverage" ;;
     bench) wanted+=" $bench" ;;
+    doc) wanted+=" $doc" ;;
     *) echo "setup.sh: unknown group: $group" >&2; exit 2 ;;
     esac
 done

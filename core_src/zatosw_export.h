@@ -8,6 +8,12 @@
 
 #include <stdint.h>
 
+/** @def ZATOSW_BEGIN_DECLS
+ *  Opens the part of a header whose declarations have the linkage of C. */
+/** @def ZATOSW_END_DECLS
+ *  Closes that part. */
+/** @def ZATOSW_STATIC_ASSERT
+ *  A condition that holds when this is compiled, in C as in C++. */
 #ifdef __cplusplus
 #define ZATOSW_BEGIN_DECLS extern "C" {
 #define ZATOSW_END_DECLS }

@@ -14,16 +14,16 @@ ZATOSW_BEGIN_DECLS
 
 /** The figures of one moment. A zatOSWTaskInfo for each of the tasks follows. */
 typedef struct OswMemInfo {
-    uint32_t memCurBytes; /**< bytes in blocks of the default partitions, as they were asked for */
-    uint32_t memPeakBytes;
-    uint32_t memCurBlocks;
-    uint32_t memPeakBlocks;
-    uint32_t taskEntries; /**< number of tasks that follow */
-    uint32_t taskPeak;
-    uint32_t stackTotal; /**< bytes of all stacks */
-    uint32_t stackTotalPeak;
-    uint32_t stackUsage; /**< bytes of what was used of them, each rounded up to 4096 */
-    uint32_t stackUsagePeak;
+    uint32_t memCurBytes;  /**< bytes in blocks of the default partitions, as they were asked for */
+    uint32_t memPeakBytes; /**< the most that there were */
+    uint32_t memCurBlocks; /**< those blocks */
+    uint32_t memPeakBlocks;  /**< the most that there were */
+    uint32_t taskEntries;    /**< number of tasks that follow */
+    uint32_t taskPeak;       /**< the most tasks that there were */
+    uint32_t stackTotal;     /**< bytes of all stacks */
+    uint32_t stackTotalPeak; /**< the most that there were */
+    uint32_t stackUsage;     /**< bytes of what was used of them, each rounded up to 4096 */
+    uint32_t stackUsagePeak; /**< the most that there were */
 } OswMemInfo;
 
 ZATOSW_STATIC_ASSERT(offsetof(OswMemInfo, taskEntries) == 16 && sizeof(OswMemInfo) == 40,

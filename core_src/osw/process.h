@@ -12,7 +12,7 @@
 ZATOSW_BEGIN_DECLS
 
 #define ZAT_PROCESS_IN_TERMINAL 1u /**< flag: run in a terminal window, and wait for its end */
-#define ZAT_PROCESS_NAME_BUFFER_SIZE 256u
+#define ZAT_PROCESS_NAME_BUFFER_SIZE 256u /**< bytes that receive a process's name */
 
 /**
  * Starts a program, where FRAMEWORKROOT is set in the environment; where it is not, nothing is

@@ -38,8 +38,9 @@ typedef uint32_t ZatTimeoutMs;
 /** Lets a created task inherit its creator's scheduling policy and priority. */
 #define ZAT_INHERIT_PRIORITY (-1)
 
-/** Characters of a task's name; a buffer that receives a name holds one more. */
+/** Characters of a task's name. */
 #define ZAT_TASK_NAME_SIZE 16u
+/** Bytes that receive a task's name: one more, for the NUL. */
 #define ZAT_TASK_NAME_BUFFER_SIZE (ZAT_TASK_NAME_SIZE + 1u)
 
 /** Entry function of a task; what it returns becomes the exit value of the task's thread. */

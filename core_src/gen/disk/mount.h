@@ -17,17 +17,17 @@ ZATOSW_BEGIN_DECLS
 
 /** Figures of a file system, as the system tells them. */
 typedef struct GenDiskStatfs {
-    uint32_t type;
+    uint32_t type;            /**< magic number of its kind */
     uint32_t blockSize;       /**< bytes */
     uint32_t blocks;          /**< all of them */
     uint32_t freeBlocks;      /**< free for the superuser */
     uint32_t availableBlocks; /**< free for everybody */
     uint32_t files;           /**< file nodes, all of them; 0 where there are none, as on FAT */
-    uint32_t freeFiles;
-    uint32_t id[2];
-    uint32_t nameLength; /**< longest name of a file */
-    uint32_t flags;      /**< mount flags; with spare, what follows the fragment size */
-    uint32_t spare[4];
+    uint32_t freeFiles;       /**< of these, the free ones */
+    uint32_t id[2];           /**< its id */
+    uint32_t nameLength;      /**< longest name of a file */
+    uint32_t flags;           /**< mount flags; with spare, what follows the fragment size */
+    uint32_t spare[4];        /**< see flags */
 } GenDiskStatfs;
 
 ZATOSW_STATIC_ASSERT(sizeof(GenDiskStatfs) == 60 && offsetof(GenDiskStatfs, id) == 28 &&

@@ -49,15 +49,15 @@ ZATOSW_STATIC_ASSERT(offsetof(RgnLogHeader, size) == 8 && offsetof(RgnLogHeader,
 
 /** A region as this process knows it. */
 typedef struct RgnLogInfo {
-    int32_t id;
-    ZatHandle lock; /**< mutex: shared, of this process, or 0 = none */
-    uint32_t mask;  /**< bit n lets writers that ask write at level n; 16 bits are used */
-    uint8_t* data;  /**< the ring */
-    RgnLogHeader* header;
+    int32_t id;             /**< -1 = that of no region */
+    ZatHandle lock;         /**< mutex: shared, of this process, or 0 = none */
+    uint32_t mask;          /**< bit n lets writers that ask write at level n; 16 bits are used */
+    uint8_t* data;          /**< the ring */
+    RgnLogHeader* header;   /**< its head */
     ZatIpcHandle partition; /**< shared partition with header and ring; 0 = none */
     uint32_t shm;           /**< 1 = shared */
     uint32_t fmt;           /**< ZAT_GEN_TEXT_LOG or ZAT_GEN_BINARY_LOG */
-    const char* name;
+    const char* name;       /**< not to be freed */
 } RgnLogInfo;
 
 ZATOSW_STATIC_ASSERT(offsetof(RgnLogInfo, mask) == 8 && offsetof(RgnLogInfo, header) == 16 &&
@@ -66,8 +66,8 @@ ZATOSW_STATIC_ASSERT(offsetof(RgnLogInfo, mask) == 8 && offsetof(RgnLogInfo, hea
 
 /** A piece of a record. */
 typedef struct RgnLogPiece {
-    const void* address;
-    uint32_t length; /**< bytes */
+    const void* address; /**< may be null when length is 0 */
+    uint32_t length;     /**< bytes */
 } RgnLogPiece;
 
 /**

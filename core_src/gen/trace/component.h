@@ -29,7 +29,7 @@ ZATOSW_BEGIN_DECLS
 
 /** A component. Bit n of a mask lets messages of level n pass the channel. */
 typedef struct zatGENTrcComp {
-    uint32_t id;
+    uint32_t id;         /**< what messages name it by */
     uint16_t prnmask;    /**< print channel */
     uint16_t trcmask;    /**< trace channel */
     uint16_t logmask;    /**< log channel */

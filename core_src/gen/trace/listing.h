@@ -28,13 +28,13 @@ ZATOSW_API void zatGENShowComponent(void);
 
 #define ZAT_GEN_LOG_FILE_BIG_ENDIAN "BB"    /**< mark of a log file */
 #define ZAT_GEN_LOG_FILE_LITTLE_ENDIAN "LL" /**< mark of a log file */
-#define ZAT_GEN_LOG_FILE_VERSION 1u
+#define ZAT_GEN_LOG_FILE_VERSION 1u         /**< version of log files */
 
 /** What a log file begins with; the numbers are in the byte order that the mark says. The records
  *  of the region follow as zatGENReadRgnLog() gives them. */
 typedef struct ZatGenLogFileHead {
-    char mark[2];
-    uint16_t version;
+    char mark[2];         /**< ZAT_GEN_LOG_FILE_BIG_ENDIAN or _LITTLE_ENDIAN, without its NUL */
+    uint16_t version;     /**< ZAT_GEN_LOG_FILE_VERSION */
     uint32_t areaSize;    /**< bytes of the region's ring: there are no more of records */
     uint32_t clockOffset; /**< offset of time, 12 */
     ZatClock time;        /**< when the file was written */

@@ -18,13 +18,13 @@ ZATOSW_BEGIN_DECLS
 
 /** A region log to make; see zatGENAddTraceLog(). */
 typedef struct zatGENTrcLogDef {
-    uint32_t id;    /**< region log id = component id, or ZAT_GEN_NO_LOG_ID */
-    uint32_t lines; /**< records that it holds */
-    uint32_t width; /**< characters of a record */
-    uint32_t opt1;  /**< 1 = a lock of its own */
-    uint32_t opt2;  /**< 1 = in shared memory */
-    uint16_t mask;  /**< bit n lets it take messages of level n */
-    const char* name;
+    uint32_t id;      /**< region log id = component id, or ZAT_GEN_NO_LOG_ID */
+    uint32_t lines;   /**< records that it holds */
+    uint32_t width;   /**< characters of a record */
+    uint32_t opt1;    /**< 1 = a lock of its own */
+    uint32_t opt2;    /**< 1 = in shared memory */
+    uint16_t mask;    /**< bit n lets it take messages of level n */
+    const char* name; /**< name of the log, copied */
 } zatGENTrcLogDef;
 
 ZATOSW_STATIC_ASSERT(offsetof(zatGENTrcLogDef, opt1) == 12 &&
@@ -34,14 +34,14 @@ ZATOSW_STATIC_ASSERT(offsetof(zatGENTrcLogDef, opt1) == 12 &&
 
 /** A region log to make; see zatGENAddTraceLogEx(). */
 typedef struct zatGENTrcLogDefEx {
-    uint32_t id;   /**< region log id = component id, or ZAT_GEN_NO_LOG_ID */
-    uint32_t arg1; /**< bytes of its ring */
-    uint32_t arg2; /**< bytes of a record at most; 0 = no limit */
-    uint32_t arg3; /**< 1 = a lock of its own */
-    uint32_t arg4; /**< 1 = in shared memory */
-    uint32_t arg5; /**< 0 = text, 1 = binary records */
-    uint16_t mask; /**< bit n lets it take messages of level n */
-    const char* name;
+    uint32_t id;      /**< region log id = component id, or ZAT_GEN_NO_LOG_ID */
+    uint32_t arg1;    /**< bytes of its ring */
+    uint32_t arg2;    /**< bytes of a record at most; 0 = no limit */
+    uint32_t arg3;    /**< 1 = a lock of its own */
+    uint32_t arg4;    /**< 1 = in shared memory */
+    uint32_t arg5;    /**< 0 = text, 1 = binary records */
+    uint16_t mask;    /**< bit n lets it take messages of level n */
+    const char* name; /**< name of the log, copied */
 } zatGENTrcLogDefEx;
 
 ZATOSW_STATIC_ASSERT(offsetof(zatGENTrcLogDefEx, arg5) == 20 &&

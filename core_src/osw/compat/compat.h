@@ -27,6 +27,7 @@
 
 ZATOSW_BEGIN_DECLS
 
+/** Ticks in a second, in which these calls count time-outs. */
 #define ZAT_KERNEL_TICKS_PER_SECOND 60u
 
 /** A time-out in ticks: 0 does not wait, ZAT_FOREVER waits without limit. */

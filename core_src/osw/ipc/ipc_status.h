@@ -11,19 +11,17 @@
 
 ZATOSW_BEGIN_DECLS
 
-/** The types of object that zatOSWIpcQueryStatus() serves. */
-#define ZAT_IPC_TYPE_MUTEX 0u
-#define ZAT_IPC_TYPE_COUNT 1u
-#define ZAT_IPC_TYPE_EVENT 2u
-#define ZAT_IPC_TYPE_QUEUE 3u
-#define ZAT_IPC_TYPE_TIMER 4u
-#define ZAT_IPC_TYPE_SE_LOCK 5u
+#define ZAT_IPC_TYPE_MUTEX 0u   /**< type for zatOSWIpcQueryStatus(): a mutex semaphore */
+#define ZAT_IPC_TYPE_COUNT 1u   /**< a counting semaphore */
+#define ZAT_IPC_TYPE_EVENT 2u   /**< an event semaphore */
+#define ZAT_IPC_TYPE_QUEUE 3u   /**< a message queue */
+#define ZAT_IPC_TYPE_TIMER 4u   /**< a timer */
+#define ZAT_IPC_TYPE_SE_LOCK 5u /**< a shared/exclusive lock */
 
-/** State of a timer, in IpcStatus.state. */
-#define ZAT_IPC_TIMER_RUNNING 0u
-#define ZAT_IPC_TIMER_STOPPED 1u
-#define ZAT_IPC_TIMER_WAS_RESET 2u
-#define ZAT_IPC_TIMER_NOT_STARTED 3u
+#define ZAT_IPC_TIMER_RUNNING 0u     /**< state of a timer: what was asked last is a start */
+#define ZAT_IPC_TIMER_STOPPED 1u     /**< a stop */
+#define ZAT_IPC_TIMER_WAS_RESET 2u   /**< a reset */
+#define ZAT_IPC_TIMER_NOT_STARTED 3u /**< none that counts: no process serves it */
 
 /** The state of an object; words that its type does not use are 0. */
 typedef struct IpcStatus {

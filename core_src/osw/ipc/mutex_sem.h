@@ -3,7 +3,7 @@
  * Named mutex semaphores: recursive locks that threads of several processes use together.
  *
  * A handle is good in the process that created it, for all of its tasks. A process that ends while
- * it holds a mutex leaves it taken: see docs/shared_objects.md.
+ * it holds a mutex leaves it taken: see docs/ipc.md.
  */
 #ifndef ZATOSW_OSW_IPC_MUTEX_SEM_H
 #define ZATOSW_OSW_IPC_MUTEX_SEM_H

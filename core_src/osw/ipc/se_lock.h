@@ -4,7 +4,7 @@
  *
  * Waiting exclusive requesters do not hold shared requesters back. A handle is good in the process
  * that created it, for all of its tasks. A process that ends while it holds a lock leaves it taken:
- * see docs/shared_objects.md.
+ * see docs/ipc.md.
  */
 #ifndef ZATOSW_OSW_IPC_SE_LOCK_H
 #define ZATOSW_OSW_IPC_SE_LOCK_H
@@ -13,10 +13,9 @@
 
 ZATOSW_BEGIN_DECLS
 
-/** What the creator of a lock does with it. */
-#define ZAT_SE_LOCK_SHARED 0u
-#define ZAT_SE_LOCK_EXCLUSIVE 1u
-#define ZAT_SE_LOCK_FREE 2u
+#define ZAT_SE_LOCK_SHARED 0u    /**< the creator of a lock takes it shared */
+#define ZAT_SE_LOCK_EXCLUSIVE 1u /**< the creator of a lock takes it exclusively */
+#define ZAT_SE_LOCK_FREE 2u      /**< the creator of a lock does not take it */
 
 /**
  * Creates a named lock, or opens the one that has the name.
