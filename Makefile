@@ -16,6 +16,8 @@ CTEST_ARGS ?=
 # Arguments of the example program
 ARGS ?=
 JOBS ?= $(shell nproc)
+# How long the soak runs
+MINUTES ?= 5
 # How long each fuzzer runs
 FUZZ_SECONDS ?= 60
 
@@ -104,6 +106,12 @@ check-tidy: setup-lint ## The sources under clang-tidy
 	@cmake/tidy.sh build/i686 $(JOBS)
 check-format: setup-lint ## Whether the sources are formatted
 	@$(sources) | xargs -0 clang-format --dry-run -Werror && echo "All sources are formatted"
+
+.PHONY: soak
+soak: setup ## A load on two processes, one of which is killed again and again (MINUTES=n)
+	@$(call build_tree,$(RUN_TARGET),--target soak)
+	@tests/support/isolate.sh $(if $(filter powerpc,$(RUN_TARGET)),build/powerpc/run-on-target) -- \
+	    build/$(RUN_TARGET)/tests/soak $$(($(MINUTES) * 60))
 
 .PHONY: coverage
 # Tests that end a process on purpose leave no counts of it behind.

@@ -72,8 +72,8 @@ ZATOSW_API ZatStatus zatOSWDeleteTaskPool(ZatTaskPool pool);
  * @param a1     first of its ten arguments
  *
  * @return ZAT_OK      the job has a worker
- * @return ZAT_FAILED  there is no such pool, entry is null, the pool was deleted meanwhile, or no
- *                     worker became free
+ * @return ZAT_FAILED  there is no such pool, entry is null, the pool was deleted meanwhile, no
+ *                     worker became free, or there is no memory for a task's record
  * @return a status of zatOSWOrgAllocMemPart(), zatOSWCreateEventSem(), zatOSWCreateJoinTask() or
  *         zatOSWPostEventSem(); the job does not run then
  *

@@ -105,8 +105,12 @@ static ZatStatus give(OswTaskPool& pool, OswPoolWorker& worker, const PoolJob& j
 
 static ZatStatus startAlone(const OswTaskPool& pool, const PoolJob& job) {
     const uint32_t* a = job.arguments.word;
-    return zatOSWCreateJoinTask(nullptr, job.name.text, pool.priority, pool.stackSize, job.entry,
-                                -1, a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
+    ZatTaskId task = 0;
+    const ZatStatus status =
+        zatOSWCreateJoinTask(&task, job.name.text, pool.priority, pool.stackSize, job.entry, -1,
+                             a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
+    /* No memory for the record is success without a task, and the job would be lost unnoticed. */
+    return status == ZAT_OK && task == 0 ? ZatStatus{ZAT_FAILED} : status;
 }
 
 static ZatStatus queue(ZatTaskPool handle, const PoolJob& job) {
