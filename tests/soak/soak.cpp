@@ -55,11 +55,19 @@ void useTimer() {
     zatOSWDeleteTimer(timer);
 }
 
-void useRegion(bool isShared) {
-    zatGENCreateRgnLog(7, "soak", 0xFFFF, 1000, 0, 1, isShared, 0);
-    zatGENStartRgnLog(7);
+void createRegion(int32_t id, bool isShared) {
+    zatGENCreateRgnLog(id, "soak", 0xFFFF, 1000, 0, 1, isShared, 0);
+    zatGENStartRgnLog(id);
+}
+
+void writeRegion(int32_t id) {
     const ZatClock time = {1, 2};
-    zatGENWriteRgnLog(7, &time, "a line", 6);
+    zatGENWriteRgnLog(id, &time, "a line", 6);
+}
+
+void useOwnRegion() {
+    createRegion(7, false);
+    writeRegion(7);
     zatGENDeleteRgnLog(7);
 }
 
@@ -72,9 +80,9 @@ void useAny(const Objects& shared, ZatTaskPool pool, uint32_t choice) {
     case 2:
         return useTimer();
     case 3:
-        return useRegion(false);
+        return useOwnRegion();
     case 4:
-        return useRegion(true);
+        return writeRegion(8);
     case 5:
         zatOSWQueueTaskPool(pool, "job", entry, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
         return;
@@ -83,15 +91,22 @@ void useAny(const Objects& shared, ZatTaskPool pool, uint32_t choice) {
     }
 }
 
-/** Uses everything for a time; one without end is ended by a signal. */
+/** There as long as the process that is to be killed is at work. */
+const std::string sign = std::string(getenv("TMPDIR")) + "/at-work";
+
+/** Uses everything for a time; one without end is ended by a signal. What is shared is made first:
+ * a killed user counts for ever. */
 void work(uint32_t seed, uint64_t limitMs) {
     Objects shared("soak");
+    createRegion(8, true);
+    if (limitMs == UINT64_MAX) std::ofstream(sign) << '\n';
     ZatTaskPool pool = 0;
     zatOSWCreateTaskPool(&pool, "pool", ZAT_INHERIT_PRIORITY, 16384, 1, 0, 3, 0, 0);
     std::mt19937 random(seed);
     for (const Stopwatch watch; watch.elapsedMs() < limitMs;)
         useAny(shared, pool, uint32_t(random()));
     zatOSWDeleteTaskPool(pool);
+    zatGENDeleteRgnLog(8);
     shared.close();
 }
 
@@ -116,7 +131,8 @@ long entriesOf(const char* directory) {
 
 Figures measure() {
     /* Tasks end in their own time. */
-    waitFor([] { return entriesOf("/proc/self/task") == 1; }, 3000);
+    static const long threads = entriesOf("/proc/self/task");
+    waitFor([] { return entriesOf("/proc/self/task") <= threads; }, 3000);
     std::ifstream status("/proc/self/status");
     std::string word;
     while (status >> word && word != "VmRSS:") {
@@ -130,8 +146,10 @@ Figures measure() {
 void runRound(std::mt19937& random) {
     const pid_t other = spawnSelf("soak-worker", {std::to_string(uint32_t(random()))});
     work(uint32_t(random()), 500 + random() % 1000);
+    EXPECT_TRUE(waitFor([] { return std::filesystem::exists(sign); }));
     kill(other, SIGKILL);
     waitpid(other, nullptr, 0);
+    std::filesystem::remove(sign);
 }
 
 }  // namespace
@@ -140,13 +158,13 @@ int main(int argc, char** argv) {
     if (const int status = runRole(argc, argv); status >= 0) return status;
     const uint64_t limitMs = 1000 * strtoull(argc > 1 ? argv[1] : "300", nullptr, 10);
     std::mt19937 random(testSeed());
-    Figures first = {}, now = {};
+    Figures first = measure(), now = first;
     const Stopwatch watch;
     uint64_t nextMs = 0;
     for (int kills = 1; watch.elapsedMs() < limitMs && !testing::Test::HasFailure(); ++kills) {
         runRound(random);
         now = measure();
-        const bool isWarm = watch.elapsedMs() > limitMs / 4;
+        const bool isWarm = watch.elapsedMs() > limitMs / 4 && kills > 1;
         if (!isWarm) first = now;
         if (watch.elapsedMs() < nextMs) continue;
         nextMs += 10000;

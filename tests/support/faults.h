@@ -65,8 +65,17 @@ static Function* real(const char* name) {
 }
 #define REAL(function) real<decltype(function)>(#function)
 
-/** Blocks of malloc() that are in use; a memory checker of its own counts them elsewhere. */
+/** Blocks of malloc() that are in use, where it is not a memory checker's. */
 static std::atomic<size_t> liveBlocks;
+
+/** Whether malloc() is that of a memory checker, which does not fail. */
+inline bool isChecked() {
+#ifdef __SANITIZE_ADDRESS__
+    return true;
+#else
+    return getenv("ZATOSW_WRAPPER") != nullptr;
+#endif
+}
 
 #ifndef __SANITIZE_ADDRESS__
 template <class Allocate>
@@ -287,7 +296,8 @@ inline void sweep(const Creation& creation) {
     ASSERT_EQ(creation.create(&handle), ZAT_OK) << creation.name;
     ASSERT_EQ(creation.remove(handle), ZAT_OK) << creation.name;
     ASSERT_TRUE(waitFor([&] { return entriesOf("/proc/self/task") == threads; })) << creation.name;
-    for (const auto& [call, statuses] : creation.answers)
+    for (const auto& [call, statuses] : creation.answers) {
+        if (call == "malloc" && isChecked()) continue;
         for (const bool forEver : {false, true}) {
             /* What was made before a lock is never to be had again cannot be taken back. */
             if (forEver && call == "semop") continue;
@@ -299,6 +309,7 @@ inline void sweep(const Creation& creation) {
             ASSERT_GT(at, 1) << creation.name << " does without " << call;
             ASSERT_LT(at, 100) << creation.name << ": " << call;
         }
+    }
 }
 
 #endif

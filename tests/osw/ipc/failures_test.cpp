@@ -54,7 +54,6 @@ const std::vector<Creation>& kinds() {
          zatOSWIpcDeleteMsgQueue, unnamed},
         {"unnamed timer", [](auto* h) { return zatOSWIpcCreateTimer(nullptr, h, 8192); },
          zatOSWIpcDeleteTimer, unnamed},
-#ifndef __SANITIZE_ADDRESS__
         {"unnamed mutex",
          [](auto* h) { return zatOSWIpcCreateMutexSem(nullptr, h, 0, 1); },
          zatOSWIpcDeleteMutexSem,
@@ -63,7 +62,6 @@ const std::vector<Creation>& kinds() {
          [](auto* h) { return zatOSWIpcCreateMsgQueue("y", h, 4, 64, 0); },
          zatOSWIpcDeleteMsgQueue,
          {{"malloc", {ZAT_IPC_NO_MEMORY}}}},
-#endif
     };
     return all;
 }
