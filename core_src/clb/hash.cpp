@@ -11,6 +11,7 @@
 #include <string.h>
 
 #include "clb/list_walk_private.h"
+#include "osw/errno_private.h"
 #include "osw/mem_header_private.h"
 #include "osw/mem_part.h"
 
@@ -21,14 +22,20 @@ static Content* allocate(uint32_t sizeBytes) {
                                                                   : nullptr;
 }
 
+/* The same of an array, which may be too large for any memory. */
+template <class Element>
+static Element* allocateArray(uint32_t count) {
+    const uint32_t size = oswArraySize(count, sizeof(Element));
+    return oswHasRoom(size) ? allocate<Element>(size) : nullptr;
+}
+
 /* Up to the end of the initialisation the table has no buckets, and so can be terminated. */
 ZatStatus zatCLBHshInit(ClbHshTable* table, uint32_t bucketCount) {
     table->buckets = nullptr;
     table->bucketCount = table->mask = table->count = table->serial = 0;
-    const uint32_t size = oswArraySize(bucketCount, sizeof(ClbLstHead*));
-    auto* buckets = allocate<ClbLstHead*>(size);
+    auto* buckets = allocateArray<ClbLstHead*>(bucketCount);
     if (buckets == nullptr) return ZAT_CLB_HASH_NO_MEMORY;
-    memset(buckets, 0, size);
+    memset(buckets, 0, bucketCount * sizeof(ClbLstHead*));
     table->buckets = buckets;
     table->bucketCount = bucketCount;
     table->mask = bucketCount - 1;
@@ -129,8 +136,7 @@ ZatStatus zatCLBHshDelByNode(ClbHshTable* table, ClbHshNode* node) {
 /* All nodes of a table in an array, which is freed at the end of the scope unless it is left. */
 class GatheredNodes {
   public:
-    explicit GatheredNodes(uint32_t count)
-        : nodes_(allocate<ClbHshNode*>(oswArraySize(count, sizeof(ClbHshNode*)))) {}
+    explicit GatheredNodes(uint32_t count) : nodes_(allocateArray<ClbHshNode*>(count)) {}
     GatheredNodes(const GatheredNodes&) = delete;
     GatheredNodes& operator=(const GatheredNodes&) = delete;
     ~GatheredNodes() { zatOSWOrgFreeMemPart(0, nodes_); }
@@ -171,6 +177,7 @@ ZatStatus zatCLBHshResize(ClbHshTable* table, uint32_t bucketCount) {
 }
 
 void zatCLBPrintAllKey(const ClbHshTable* table) {
+    const OswKeepErrno keepErrno;
     if (table->count == 0) return;
     for (uint32_t i = 0; i < table->bucketCount; ++i) {
         if (table->buckets[i] == nullptr) continue;

@@ -6,9 +6,8 @@
  * The caller owns the table's header and sets the four callbacks, before any call but
  * zatCLBHshInit(), which leaves them alone. A key is a word: a number, or the address of whatever
  * the callbacks know. The library owns the array of buckets and a list header per bucket that has
- * ever held a node, all from partition 0, where an exhausted heap is fatal (see
- * zatOSWOrgAllocMemPart()): a status that tells of no memory is seen only where that allocation is
- * replaced.
+ * ever held a node, all from partition 0. An array that there is no memory for is refused; a heap
+ * that has none left for a list header is fatal (see zatOSWOrgAllocMemPart()).
  *
  *     static uint32_t hashNumber(ClbHshTable* table, uint32_t key) {
  *         return (key * 2654435769u >> 16) & table->mask;

@@ -25,7 +25,7 @@ struct FlushNumbers {
 ZatStatus zatGENFlushDiskCache(const char* device) {
     const DiskCall call;
     if (device == nullptr) return ZAT_DISK_BAD_ARGUMENT;
-    const int file = open(device, O_WRONLY | O_CLOEXEC);
+    const int file = open(device, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (file < 0) return ZAT_DISK_NO_DEVICE;
     const bool isFlushed = ioctl(file, BLKFLSBUF, 0) == 0;
     close(file);

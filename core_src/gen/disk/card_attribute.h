@@ -32,8 +32,7 @@ ZATOSW_API ZatStatus zatGENGetDiskAttribLen(uint32_t selector, uint32_t* sizeByt
  * @param selector  not 0; means nothing else
  * @param bytes     receives them; count bytes. Where the card publishes fewer, the rest is
  *                  untouched.
- * @param count     how many are wanted; text for so many is allocated from the process heap, whose
- *                  exhaustion is fatal
+ * @param count     how many are wanted; text for so many is allocated meanwhile
  *
  * @return ZAT_OK                    read, as many as there are
  * @return ZAT_DISK_NO_LENGTH        count is 0, or the card has no attribute bytes (message 1557)

@@ -57,9 +57,19 @@ static void putQuoted(DiskCommandLine& line, char character, const Quoting& quot
     line.put(character);
 }
 
+/* A shell that takes bytes in pairs for letters would take the backslash for the second of one. */
+static bool swallowsBackslash(const char* text, const Quoting& quoting) {
+    for (; *text != '\0'; ++text)
+        if (static_cast<unsigned char>(text[0]) >= 0x80 && text[1] != '\0' &&
+            quoting.needsBackslash(text[1]))
+            return true;
+    return false;
+}
+
 static bool write(DiskCommandLine line, const char* words, char letter, const char* text,
                   const Quoting& quoting) {
-    if (strpbrk(text, quoting.impossible) != nullptr) return false;
+    if (strpbrk(text, quoting.impossible) != nullptr || swallowsBackslash(text, quoting))
+        return false;
     line.put(words);
     line.put(quoting.around);
     putQuoted(line, letter, quoting);

@@ -29,7 +29,7 @@ static bool readDriveLine(FILE* file, const char* pattern, char (&line)[sizeByte
     bool isInside = false;
     bool isComment = false;
     while (diskReadLine(file, line)) {
-        if (!isInside) isComment = line[0] == '#';
+        isComment = (isInside && isComment) || line[0] == '#';
         isInside = strchr(line, '\n') == nullptr;
         if (!isComment && strstr(line, "drive") != nullptr && strstr(line, pattern) != nullptr)
             return true;

@@ -46,9 +46,7 @@ ZATOSW_API ZatStatus zatGENFindDisk(const char* device, uint32_t* kind);
  * @return ZAT_DISK_NO_MTOOLS_CONF  the file cannot be opened
  * @return ZAT_DISK_NO_DRIVE        no such line, or no letter in it; a message on standard output
  *                                  says which of the two (268, 290)
- * @return ZAT_DISK_BAD_ARGUMENT    an argument is null
- *
- * An exhausted process heap is fatal.
+ * @return ZAT_DISK_BAD_ARGUMENT    an argument is null, or there is no memory
  */
 ZATOSW_API ZatStatus zatGENGetDiskDrvLetter(const char* device, char* letter);
 

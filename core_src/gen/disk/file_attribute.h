@@ -37,10 +37,9 @@ ZATOSW_BEGIN_DECLS
  * @return ZAT_DISK_ATTR_QUERY_FAILED  the command cannot be run; it printed nothing, of which a
  *                                     message on standard output tells (775); or path needs more
  *                                     than 7 characters of quoting
- * @return ZAT_DISK_BAD_ARGUMENT       an argument is null: flags is untouched then
+ * @return ZAT_DISK_BAD_ARGUMENT       an argument is null: flags is untouched then. Or
+ *                                     there is no memory
  * @return a status of zatGENFindDisk() or zatGENGetDiskDrvLetter()
- *
- * An exhausted process heap is fatal.
  */
 ZATOSW_API ZatStatus zatGENGetDiskFSAttribute(const char* device, const char* directory,
                                               const char* path, uint8_t* flags);
@@ -59,10 +58,8 @@ ZATOSW_API ZatStatus zatGENGetDiskFSAttribute(const char* device, const char* di
  * @return ZAT_DISK_NO_FILE       the file cannot be opened for reading
  * @return ZAT_DISK_ATTR_FAILED   the command failed, or path needs more than 5 characters of
  *                                quoting: no command was run then
- * @return ZAT_DISK_BAD_ARGUMENT  device, directory or path is null
+ * @return ZAT_DISK_BAD_ARGUMENT  device, directory or path is null, or there is no memory
  * @return a status of zatGENFindDisk() or zatGENGetDiskDrvLetter()
- *
- * An exhausted process heap is fatal.
  */
 ZATOSW_API ZatStatus zatGENSetDiskFSAttribute(const char* device, const char* directory,
                                               const char* path, uint8_t flags);

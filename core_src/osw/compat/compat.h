@@ -287,8 +287,8 @@ ZATOSW_API ZatStatus wdCancel(ZatKernelWatchdog watchdog);
  * Makes a partition of a piece of memory; as zatOSWSysCreateMemPart().
  *
  * @param pool       start of the memory; must not be null. It stays the caller's.
- * @param sizeBytes  its size, a multiple of 8: with another size, less what rounds pool up to 8,
- * the partition reaches up to 7 bytes past the end of the memory and writes there
+ * @param sizeBytes  its size. Unless both pool and it are multiples of 8, the partition reaches up
+ *                   to 7 bytes past the end of the memory and writes there
  *
  * @return the partition id, good for the calls of osw/mem_part.h as well: zatOSWDeleteMemPart()
  *         removes the System V semaphore that the partition has; 0 when it could not be made
