@@ -25,7 +25,8 @@ uint32_t oswSizeWithHeader(uint32_t size) {
 }
 
 bool oswHasRoom(uint32_t size) {
-    const OswFreed<void> room(malloc(oswSizeWithHeader(size)));
+    const uint32_t whole = oswSizeWithHeader(size);
+    const OswFreed<void> room(whole == memTooLarge ? nullptr : malloc(whole));
     return room != nullptr;
 }
 
