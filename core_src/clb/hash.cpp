@@ -22,18 +22,18 @@ static Content* allocate(uint32_t sizeBytes) {
                                                                   : nullptr;
 }
 
-/* The same of an array, which may be too large for any memory. */
-template <class Element>
-static Element* allocateArray(uint32_t count) {
-    const uint32_t size = oswArraySize(count, sizeof(Element));
-    return oswHasRoom(size) ? allocate<Element>(size) : nullptr;
+/* The same of an array of pointers, which may be too large for any memory. */
+template <class Content>
+static Content** allocatePointers(uint32_t count) {
+    const uint32_t size = oswArraySize(count, sizeof(void*));
+    return oswHasRoom(size) ? allocate<Content*>(size) : nullptr;
 }
 
 /* Up to the end of the initialisation the table has no buckets, and so can be terminated. */
 ZatStatus zatCLBHshInit(ClbHshTable* table, uint32_t bucketCount) {
     table->buckets = nullptr;
     table->bucketCount = table->mask = table->count = table->serial = 0;
-    auto* buckets = allocateArray<ClbLstHead*>(bucketCount);
+    auto* buckets = allocatePointers<ClbLstHead>(bucketCount);
     if (buckets == nullptr) return ZAT_CLB_HASH_NO_MEMORY;
     memset(buckets, 0, bucketCount * sizeof(ClbLstHead*));
     table->buckets = buckets;
@@ -136,7 +136,7 @@ ZatStatus zatCLBHshDelByNode(ClbHshTable* table, ClbHshNode* node) {
 /* All nodes of a table in an array, which is freed at the end of the scope unless it is left. */
 class GatheredNodes {
   public:
-    explicit GatheredNodes(uint32_t count) : nodes_(allocateArray<ClbHshNode*>(count)) {}
+    explicit GatheredNodes(uint32_t count) : nodes_(allocatePointers<ClbHshNode>(count)) {}
     GatheredNodes(const GatheredNodes&) = delete;
     GatheredNodes& operator=(const GatheredNodes&) = delete;
     ~GatheredNodes() { zatOSWOrgFreeMemPart(0, nodes_); }
