@@ -94,9 +94,9 @@ TEST_F(Console, SchedulesTasksAndChangesPools) {
 char cells[200] = "0123456789abcdefgh";  // looked at and changed by address
 
 std::string hex(uint32_t offset) {
-    std::ostringstream text;
-    text << std::hex << wordOf(cells) + offset;
-    return text.str();
+    char text[9];
+    snprintf(text, sizeof text, "%08x", wordOf(cells) + offset);
+    return text;
 }
 
 TEST_F(Console, LooksAtMemoryAndChangesIt) {
