@@ -109,8 +109,8 @@ static ZatStatus startAlone(const OswTaskPool& pool, const PoolJob& job) {
     const ZatStatus status =
         zatOSWCreateJoinTask(&task, job.name.text, pool.priority, pool.stackSize, job.entry, -1,
                              a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
-    /* No memory for the record is success without a task, and the job would be lost unnoticed. */
-    return status == ZAT_OK && task == 0 ? ZatStatus{ZAT_FAILED} : status;
+    /* A job without a task would be lost unnoticed. */
+    return oswCreated(status, task);
 }
 
 static ZatStatus queue(ZatTaskPool handle, const PoolJob& job) {

@@ -45,6 +45,12 @@ ZatStatus oswCreateJoinTask(ZatTaskId* task, const OswTaskName& name, int32_t pr
                             uint32_t stackSize, ZatTaskEntry entry, int32_t joinMode,
                             const OswTaskArguments& arguments, OswTaskAbandoned abandoned);
 
+/* What a creation came to for those who need the task: no memory for its record is success without
+ * one. */
+inline ZatStatus oswCreated(ZatStatus status, ZatTaskId task) {
+    return status == ZAT_OK && task == 0 ? ZatStatus{ZAT_FAILED} : status;
+}
+
 /* The calling thread's policy and priority. */
 ZatStatus oswOwnScheduling(OswScheduling* scheduling);
 

@@ -2,7 +2,7 @@
 
 #include "gen/console/commands_private.h"
 #include "osw/library.h"
-#include "osw/task.h"
+#include "osw/task_private.h"
 
 static constexpr uint32_t argumentCount = 10;
 
@@ -60,10 +60,12 @@ void genRunLibraryTask(GenCommandLine& line) {
     LibraryCall call = {};
     if (!prepare(line, call)) return;
     const uint32_t* a = call.arguments;
-    const ZatStatus status =
-        zatOSWCreateJoinTask(nullptr, call.name, ZAT_INHERIT_PRIORITY, 0, call.function, 0, a[0],
+    ZatTaskId task = 0;
+    const ZatStatus created =
+        zatOSWCreateJoinTask(&task, call.name, ZAT_INHERIT_PRIORITY, 0, call.function, 0, a[0],
                              a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
-    if (status != ZAT_OK) sayFailure("create task of library", status);
+    if (const ZatStatus status = oswCreated(created, task); status != ZAT_OK)
+        sayFailure("create task of library", status);
 }
 
 void genRunUnloadLibrary(GenCommandLine& line) {

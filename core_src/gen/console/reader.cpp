@@ -15,7 +15,7 @@
 #include "osw/event_sem_private.h"
 #include "osw/lock_private.h"
 #include "osw/msg_queue.h"
-#include "osw/task.h"
+#include "osw/task_private.h"
 
 static constexpr uint32_t stackSize = 32768;
 static uint32_t lastReader;
@@ -87,10 +87,10 @@ ZatStatus genStartReader() {
         reader = genConsole.reader = ++lastReader;
     }
     ZatTaskId task = 0;
-    ZatStatus status =
+    const ZatStatus created =
         zatOSWCreateJoinTask(&task, "inputStdin", ZAT_INHERIT_PRIORITY, stackSize,
                              readStandardInput, -1, reader, 0, 0, 0, 0, 0, 0, 0, 0, 0);
-    if (status == ZAT_OK && task == 0) status = ZAT_FAILED;
+    const ZatStatus status = oswCreated(created, task);
     if (status != ZAT_OK) const ReaderEnd none(reader);
     return status;
 }
