@@ -1,5 +1,7 @@
 // What the commands do: to what is traced and logged, tasks, memory, libraries and directories.
 
+#include "osw/ipc/mem_part.h"
+#include "osw/mem_part_private.h"
 #include "session.h"
 
 namespace {
@@ -122,6 +124,34 @@ TEST_F(Console, LooksAtMemoryAndChangesIt) {
     EXPECT_TRUE(heldMemory() > held && heldMemory() < held + 40) << "the first one is free";
     session("MF");
     EXPECT_EQ(heldMemory(), held);
+}
+
+TEST_F(Console, ShowsPartitionsButNotWhatOnlyMightBeOne) {
+    alignas(16) static char area[256];
+    ZatPartition partition = 0;
+    ZatIpcHandle shared = 0;
+    ASSERT_EQ(zatOSWSysCreateMemPart(&partition, area, sizeof area), ZAT_OK);
+    ASSERT_EQ(zatOSWIpcCreateMemPart(&shared, "shared", 4096), ZAT_OK);
+    char line[20];
+    snprintf(line, sizeof line, "MPT %08x b", partition);
+    const std::pair<std::string, const char*> cases[] = {
+        {line, "      256      224\n"},
+        {std::string(line, 12), "\nmem part info: 0x"},
+        {"SHM", "     4096        0        0\n"},
+        {"SHM shared", "no memory block allocated"},
+        {"shm no", " <shared memory partition not found>\n"},
+        {"MEM", "mainThread"},
+        {"MA -1\nW 1", "<ERROR> zatOSWAllocMem() rc=0xffffffff\n"}};
+    for (const auto& [command, text] : cases)
+        EXPECT_NE(session(command).find(text), std::string::npos) << command << "\n" << said;
+    auto* first = reinterpret_cast<MemBlockTag*>(area + memFirstBlock);
+    for (const uint32_t size :
+         {0u, 8u * 1024, 12u}) { /* none, beyond the end, no unit's multiple */
+        const MemBlockTag whole = *first;
+        first->sizeFlags = size;
+        EXPECT_EQ(session(line), "< ERROR > no partition at " + std::string(line + 4, 8) + ".\n");
+        *first = whole;
+    }
 }
 
 TEST_F(Console, CallsLibrariesAndProgramsAndWorksInDirectories) {

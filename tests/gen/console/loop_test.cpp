@@ -39,6 +39,10 @@ TEST_F(Console, CallsTheApplicationsFunctions) {
     EXPECT_EQ(zatGENRemoveUserCommandMenu(menu<'2'>), ZAT_OK);
     EXPECT_EQ(zatGENRemoveUserCommandMenu(menu<'2'>), ZAT_OK);
     addMenus(zatGENAddCtrlCommandMenu);
+    zatGENAddCtrlCommandMenu(menu<'6'>);
+    zatGENAddCommandProcess(keep);
+    EXPECT_EQ(zatGENRemoveCtrlCommandMenu(menu<'6'>), ZAT_OK);
+    EXPECT_EQ(zatGENRemoveCommandProcess(keep), ZAT_OK);
     EXPECT_TRUE(session("?").ends_with("  P: Play  EXIT: Exit\nplease input control command:\n"));
     EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 51 + 2);
     result = 7;

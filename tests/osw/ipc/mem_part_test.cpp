@@ -193,6 +193,7 @@ TEST(MemPart, IsSharedUntilTheLastDelete) {
     EXPECT_EQ(zatOSWIpcCreateMemPart(&other, "part", 4088), ZAT_IPC_BAD_PARAMETERS);
     EXPECT_EQ(Part().id, part.id) << "with its blocks";
     EXPECT_EQ(get_curr(), bytesBefore + 4096);
+    EXPECT_GE(get_max(), get_curr());
     ASSERT_EQ(waitForExit(spawnSelf("use-blocks")), 0);
     EXPECT_EQ(part.find(5), 0u);
     EXPECT_EQ(part.find(6), first);
@@ -205,6 +206,7 @@ TEST(MemPart, IsSharedUntilTheLastDelete) {
     EXPECT_EQ(get_curr(), bytesBefore);
     uint32_t size = 0;
     EXPECT_EQ(zatOSWIpcFindMaxFreeMemPart(part.id, &size), ZAT_IPC_NO_OBJECT);
+    EXPECT_EQ(zatOSWIpcGetOffsetMemPart(part.id, &size, &size), ZAT_IPC_NO_OBJECT);
     EXPECT_EQ(zatOSWIpcShowMemPartInfo(part.id, 1), ZAT_IPC_NO_OBJECT);
     EXPECT_EQ(zatOSWIpcDeleteMemPart(part.id), ZAT_IPC_NO_OBJECT);
     EXPECT_EQ(Part().blocks().size(), 1u) << "a new one";

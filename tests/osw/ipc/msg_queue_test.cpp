@@ -96,6 +96,15 @@ TEST(SharedQueue, KeepsMessagesInOrderAndWithinItsBounds) {
     EXPECT_EQ(messages(), 0u);
 }
 
+TEST(SharedQueue, WithoutANameTellsItsMessages) {
+    ASSERT_EQ(zatOSWIpcCreateMsgQueue(nullptr, &queue, 2, messageSize, 0), ZAT_OK);
+    EXPECT_EQ(send("text"), ZAT_OK);
+    EXPECT_EQ(messages(), 1u);
+    EXPECT_EQ(zatOSWIpcDeleteMsgQueue(queue), ZAT_OK);
+    uint32_t count = 0;
+    EXPECT_EQ(zatOSWIpcQueryMsgQueue(queue, &count), ZAT_IPC_NO_OBJECT);
+}
+
 TEST(SharedQueue, CarriesMessagesToAndFroBetweenProcesses) {
     ASSERT_EQ(make(3, 0), ZAT_OK);
     ASSERT_EQ(makeAnswers(0, 0), ZAT_OK);

@@ -227,4 +227,20 @@ TEST(SharedEvent, IsForOneWaiterWhenPostedAndForAllWhenFlushed) {
     }
 }
 
+TEST(SharedEvent, WithoutANameIsResetAndFlushedAsAProcessLocalOne) {
+    ASSERT_EQ(zatOSWIpcCreateEventSem(nullptr, &object, 0, 1), ZAT_OK);
+    EXPECT_EQ(zatOSWIpcResetEventSem(object), ZAT_OK);
+    EXPECT_EQ(waitEvent(0, 0), ZAT_TIMED_OUT);
+    std::atomic<int> passed = 0;
+    const auto pass = [&] {
+        const ZatStatus status = waitEvent(15000, 0);
+        ++passed;
+        return status;
+    };
+    Worker waiters[] = {Worker(pass), Worker(pass)};
+    EXPECT_TRUE(waitFor([&] { return zatOSWIpcFlushEventSem(object) != ZAT_OK || passed == 2; }));
+    for (Worker& waiter : waiters)
+        EXPECT_EQ(waiter.join(), ZAT_OK);
+}
+
 }  // namespace

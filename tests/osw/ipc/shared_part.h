@@ -34,6 +34,11 @@ struct Part {
         uint32_t offset = 0;
         EXPECT_EQ(zatOSWIpcAllocOffsetMemPart(id, &pointer, &offset, size), expected) << size;
         EXPECT_EQ(pointer, heap.base + offset);
+        void* same = nullptr;
+        uint32_t back = 0;
+        EXPECT_EQ(zatOSWIpcGetPointerMemPart(id, offset, &same), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcGetOffsetMemPart(id, same, &back), ZAT_OK);
+        EXPECT_TRUE(same == pointer && back == offset);
         return offset;
     }
 
