@@ -3,6 +3,7 @@
 #include "osw/event_sem.h"
 #include "osw/init.h"
 #include "osw/task.h"
+#include "osw/task_private.h"
 #include "osw/timer.h"
 
 static constexpr uint32_t stackSize = 2048;
@@ -52,7 +53,7 @@ static ZatStatus startTimer(ZatEventSem* cancel, const char* name, ZatTaskEntry 
     ZatTaskId task = 0;
     status = zatOSWCreateJoinTask(&task, name, ZAT_INHERIT_PRIORITY, stackSize, entry, 0, handle,
                                   intervalMs, event, 0, 0, 0, 0, 0, 0, 0);
-    if (status == ZAT_OK && task == 0) status = ZAT_FAILED;
+    status = oswCreated(status, task);
     if (status != ZAT_OK) {
         zatOSWDeleteEventSem(handle);
         return status;

@@ -27,7 +27,7 @@ ZatStatus OswPartitionLock::take(const MemPartHead* part) {
 }
 
 OswPartitionLock::~OswPartitionLock() {
-    if (held_ != nullptr) oswSysvOperateOnce(held_->semId, give);
+    if (held_ != nullptr) oswSysvOperate(held_->semId, give);
 }
 
 static uint32_t distance(const MemPartHead* part, const void* address) {

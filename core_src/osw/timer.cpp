@@ -19,6 +19,7 @@
 #include "osw/mem_part.h"
 #include "osw/self_private.h"
 #include "osw/task.h"
+#include "osw/task_private.h"
 #include "osw/task_registry.h"
 #include "osw/timer_private.h"
 
@@ -176,11 +177,10 @@ static ZatStatus startTask(OswTimerRecord& timer, TimerEvents& events, const cha
     timer.stopEvent = events.stop();
     timer.exitEvent = events.exit();
     ZatTaskId task = 0;
-    const ZatStatus status = zatOSWCreateJoinTask(
+    const ZatStatus created = zatOSWCreateJoinTask(
         &task, timerTaskName(name).text, priority, stackSize, timerTask, 1, oswWord(&timer),
         events.start(), events.stop(), events.exit(), 0, 0, 0, 0, 0, 0);
-    if (status != ZAT_OK) return status;
-    if (task == 0) return ZAT_FAILED;
+    if (const ZatStatus status = oswCreated(created, task); status != ZAT_OK) return status;
     timer.threadId = task;
     events.finish();
     return ZAT_OK;

@@ -9,6 +9,8 @@
 #include <sys/sem.h>
 #include <sys/types.h>
 
+#include <utility>
+
 /* Sets one semaphore of a set; returns 0 or -1 with errno set. */
 int oswSysvSetValue(int semId, uint16_t semaphore, int value);
 
@@ -31,19 +33,17 @@ uint32_t oswSysvLastProcess(int semId);
 bool oswSysvWasUsed(int semId);
 
 /*
- * Runs one operation once; returns 0 or the error number. Inline, as is the next one: right after a
- * system call every return costs more than it looks.
+ * Runs one operation, again while a signal interrupts it; returns 0 or the error number, and leaves
+ * errno alone. Inline: right after a system call every return costs more than it looks.
  */
-inline uint32_t oswSysvOperateOnce(int semId, sembuf& operation) {
-    return semop(semId, &operation, 1) == 0 ? 0 : static_cast<uint32_t>(errno);
-}
-
-/* Runs one operation, again while a signal interrupts it; returns 0 or the error number. */
 inline uint32_t oswSysvOperate(int semId, sembuf& operation) {
-    uint32_t error = oswSysvOperateOnce(semId, operation);
-    while (error == EINTR)
-        error = oswSysvOperateOnce(semId, operation);
-    return error;
+    const int before = errno;
+    while (semop(semId, &operation, 1) != 0) {
+        if (errno == EINTR) continue;
+        return static_cast<uint32_t>(std::exchange(errno, before));
+    }
+    errno = before;
+    return 0;
 }
 
 #endif
