@@ -9,8 +9,6 @@
 #include <sys/sem.h>
 #include <sys/types.h>
 
-#include <utility>
-
 /* Sets one semaphore of a set; returns 0 or -1 with errno set. */
 int oswSysvSetValue(int semId, uint16_t semaphore, int value);
 
@@ -33,16 +31,12 @@ uint32_t oswSysvLastProcess(int semId);
 bool oswSysvWasUsed(int semId);
 
 /*
- * Runs one operation, again while a signal interrupts it; returns 0 or the error number, and leaves
- * errno alone. Inline: right after a system call every return costs more than it looks.
+ * Runs one operation, again while a signal interrupts it; returns 0 or the error number, which is
+ * in errno, too. Inline: right after a system call every return costs more than it looks.
  */
 inline uint32_t oswSysvOperate(int semId, sembuf& operation) {
-    const int before = errno;
-    while (semop(semId, &operation, 1) != 0) {
-        if (errno == EINTR) continue;
-        return static_cast<uint32_t>(std::exchange(errno, before));
-    }
-    errno = before;
+    while (semop(semId, &operation, 1) != 0)
+        if (errno != EINTR) return static_cast<uint32_t>(errno);
     return 0;
 }
 
