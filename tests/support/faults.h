@@ -208,10 +208,10 @@ extern "C" int rename(const char* from, const char* to) noexcept {
     return fails("rename", EXDEV) ? -1 : renameat(AT_FDCWD, from, AT_FDCWD, to);
 }
 
-/** Everything that a creation could leave behind: semaphore sets, segments, queues, attached
- * segments, key files (a sum over their names), open files, threads; and if the library is up,
- * blocks of malloc() and of the default partitions. */
-using Belongings = std::array<size_t, 9>;
+/** Everything that a creation could leave behind: System V objects, attached segments, key files (a
+ * sum over their names), open files, threads; and if the library is up, blocks of malloc() and of
+ * the default partitions. */
+using Belongings = std::array<size_t, 7>;
 
 /** How often a directory's entries count; the semaphores' of partitions stay, each with its number.
  */
@@ -227,12 +227,6 @@ inline size_t entriesOf(const std::string& directory, bool byName = false) {
 
 inline Belongings belongings(bool withMemory = true) {
     const size_t live = withMemory ? liveBlocks.load() : 0;
-    seminfo semaphores = {};
-    shm_info segments = {};
-    msginfo queues = {};
-    semctl(0, 0, SEM_INFO, &semaphores);
-    shmctl(0, SHM_INFO, reinterpret_cast<shmid_ds*>(&segments));
-    msgctl(0, MSG_INFO, reinterpret_cast<msqid_ds*>(&queues));
     size_t attached = 0;
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);)
@@ -241,9 +235,7 @@ inline Belongings belongings(bool withMemory = true) {
     size_t blocks = 0;
     if (withMemory && zatOSWCreateMemInfo(&figures) == ZAT_OK) blocks = figures->memCurBlocks;
     zatOSWDeleteMemInfo(figures);
-    return {size_t(semaphores.semusz),
-            size_t(segments.used_ids),
-            size_t(queues.msgpool),
+    return {size_t(systemVObjects()),
             attached,
             entriesOf(getenv("GEN_MSGQ_PATH"), true),
             entriesOf("/proc/self/fd"),

@@ -1,5 +1,9 @@
 #include "support/support.h"
 
+#include <sys/msg.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -23,6 +27,17 @@ uint32_t testSeed() {
 bool emulated() {
     const char* flag = std::getenv("ZATOSW_EMULATED");
     return flag != nullptr && std::strcmp(flag, "1") == 0;
+}
+
+int systemVObjects() {
+    if (std::getenv("ZATOSW_SHARED_IPC") != nullptr) return 0;
+    seminfo semaphores = {};
+    shm_info segments = {};
+    msginfo queues = {};
+    semctl(0, 0, SEM_INFO, &semaphores);
+    shmctl(0, SHM_INFO, reinterpret_cast<shmid_ds*>(&segments));
+    msgctl(0, MSG_INFO, reinterpret_cast<msqid_ds*>(&queues));
+    return semaphores.semusz + segments.used_ids + queues.msgpool;
 }
 
 void pauseBriefly() {

@@ -19,6 +19,9 @@ uint32_t testSeed();
 /** True where the machine is emulated: time passes more slowly there. */
 bool emulated();
 
+/** System V objects of the test's name space; 0 where it has none of its own. */
+int systemVObjects();
+
 /** Sleeps a moment between two looks at a state that another thread or process brings about. */
 void pauseBriefly();
 

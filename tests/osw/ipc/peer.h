@@ -133,18 +133,6 @@ inline bool blockedReach(ZatIpcHandle handle, uint32_t type, uint32_t count) {
     });
 }
 
-/** System V objects of the test's name space; 0 where it has none of its own. */
-inline int systemVObjects() {
-    if (getenv("ZATOSW_SHARED_IPC") != nullptr) return 0;
-    seminfo semaphores = {};
-    shm_info segments = {};
-    msginfo queues = {};
-    semctl(0, 0, SEM_INFO, &semaphores);
-    shmctl(0, SHM_INFO, reinterpret_cast<shmid_ds*>(&segments));
-    msgctl(0, MSG_INFO, reinterpret_cast<msqid_ds*>(&queues));
-    return semaphores.semusz + segments.used_ids + queues.msgpool;
-}
-
 /** Names of the key files, sorted. */
 inline std::vector<std::string> keyFiles() {
     std::vector<std::string> names;
