@@ -14,7 +14,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
          FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
          DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
                                WORLD_READ WORLD_EXECUTE)
-    file(GLOB manuals "${root}/share/man/man1/*")
+    file(GLOB manuals "${root}/share/man/man*/*")
     execute_process(COMMAND gzip -9 -n "${changelog}" ${manuals} COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
 

@@ -3,10 +3,11 @@
 #   setup.sh GROUP...      groups: base abi lint sanitize valgrind fuzz coverage bench doc
 set -eu
 
-# Build, run and test; g++ is for the tools, which run on this machine itself. The 32-bit x86
-# programs run on its own lib32 libraries. Tests of the disk calls run the mtools commands.
+# Build, run and test; g++ is for the tools, which run on this machine itself, and Python writes the
+# manual pages. The 32-bit x86 programs run on its own lib32 libraries. Tests of the disk calls run the
+# mtools commands.
 # (gcc-multilib would bring a compiler for them, too, but excludes the cross compilers.)
-base="cmake ninja-build make util-linux googletest qemu-user g++ mtools pkg-config
+base="cmake ninja-build make util-linux googletest qemu-user g++ mtools pkg-config python3
       g++-i686-linux-gnu libc6-i386 lib32gcc-s1 lib32stdc++6 g++-powerpc-linux-gnu"
 
 abi="abigail-tools"
@@ -27,7 +28,7 @@ coverage="gcovr"
 bench="libbenchmark-dev:i386"
 
 # graphviz draws the pictures; mandoc judges the manual pages.
-doc="doxygen graphviz mandoc python3"
+doc="doxygen graphviz mandoc"
 
 wanted=
 for group; do

@@ -28,7 +28,11 @@ for package in "libzatosw1 $zatosw_debian_architecture" "libzatosw-dev $zatosw_d
 done
 
 library=$root/usr/$zatosw_libdir/libzatosw.so.1
-[ -e "$root/usr/share/man/man1/zatlog.1.gz" ] || fault "manual pages are not compressed"
+for page in man1/zatipc.1.gz man1/zatlog.1.gz man3/zatosw.3.gz man3/zatOSWWaitEventSem.3.gz; do
+    [ -e "$root/usr/share/man/$page" ] || fault "$page is not there, or not compressed"
+done
+empty=$(find "$root" -type d -empty)
+[ -z "$empty" ] || fault "empty directories: $empty"
 ! "$zatosw_readelf" -S "$library" | grep -q '\.debug_' || fault "the library is not stripped"
 ! grep -rlF "$zatosw_source" "$root" || fault "these name the directory where they were built"
 grep -q '^activate-noawait ldconfig$' "$scratch/libzatosw1/triggers" || fault "ldconfig is not run"
