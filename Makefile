@@ -11,7 +11,7 @@ TARGETS := $(or $(TARGET),$(ALL_TARGETS))
 RUN_TARGET := $(or $(TARGET),i686)
 # Further options for cmake, such as -DZATOSW_TOOLCHAIN_PREFIX=/opt/firmware/bin/powerpc-linux-gnu-
 CMAKE_ARGS ?=
-# Further options for ctest, such as -R mutex
+# Further options for ctest, such as -R Mutex
 CTEST_ARGS ?=
 # Arguments of the example program
 ARGS ?=

@@ -147,8 +147,7 @@ void runRound(std::mt19937& random) {
     const pid_t other = spawnSelf("soak-worker", {std::to_string(uint32_t(random()))});
     work(uint32_t(random()), 500 + random() % 1000);
     EXPECT_TRUE(waitFor([] { return std::filesystem::exists(sign); }));
-    kill(other, SIGKILL);
-    waitpid(other, nullptr, 0);
+    killAndReap(other);
     std::filesystem::remove(sign);
 }
 

@@ -2,7 +2,8 @@
 # Starts a test: isolate.sh [EMULATOR [OPTION...]] -- PROGRAM [ARGUMENT...]
 #
 # The test gets a directory and, where the system permits, an IPC namespace of its own, so that
-# tests may run side by side and nothing of a killed one is left behind. Set for it are:
+# tests may run side by side and nothing of a killed one is left behind; where no namespace is
+# permitted, the objects of its key files are removed. Set for it are:
 #   TMPDIR, TEST_TMPDIR  its directory, removed afterwards
 #   GEN_MSGQ_PATH        where the library keeps its key files, in that directory
 #   ZATOSW_TEST_RUNNER   the words before PROGRAM, by which a test can start itself again
@@ -25,8 +26,21 @@ for argument; do
     fi
 done
 
+# A file's inode number is the key of the objects of its name: a later test's file may have it again.
+clean_up() {
+    if [ -n "${ZATOSW_SHARED_IPC-}" ]; then
+        find "$directory" -type f -printf '%i\n' | while read -r inode; do
+            key=$((inode & 0xFFFFFFFF))
+            for kind in -S -M -Q; do
+                ipcrm "$kind" "$key" 2>/dev/null
+            done
+        done
+    fi
+    rm -rf "$directory"
+}
+
 directory=$(mktemp -d "${TMPDIR:-/tmp}/zatosw.XXXXXXXX") || exit 125
-trap 'rm -rf "$directory"' EXIT
+trap clean_up EXIT
 trap 'exit 143' TERM
 trap 'exit 130' INT
 trap 'exit 129' HUP

@@ -87,6 +87,12 @@ int waitForExit(pid_t child, uint64_t limitMs) {
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
+void killAndReap(pid_t child) {
+    if (child <= 0) return;
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+}
+
 int runRole(int argc, char** argv) {
     if (argc < 2 || std::strncmp(argv[1], kRoleOption, sizeof kRoleOption - 1) != 0) return -1;
     auto role = roles().find(argv[1] + sizeof kRoleOption - 1);

@@ -92,7 +92,7 @@ static void checkTable(const KeyDirectory& directory, const Table& table, Findin
     if (isLiving(table) && table.head.processCount > table.attached)
         findings.notes.push_back(number(table.head.processCount) + " processes are counted, and " +
                                  number(table.attached) +
-                                 " have the table: the others were killed");
+                                 " have the table: the others ended without terminating");
 }
 
 static Findings lookOnce(const KeyDirectory& directory, uint32_t waitMs) {

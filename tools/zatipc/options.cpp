@@ -26,7 +26,7 @@ const char helpText[] =
     "  -V, --version        print the version\n"
     "\n"
     "The exit status is 1 when something was found: a lock semaphore that was not free, damage,\n"
-    "findings of check, no object of the name, nothing removed; 2 for wrong usage and failures.\n";
+    "findings of check, no object of the name, an answer of no; 2 for wrong usage and failures.\n";
 
 static const option longOptions[] = {{"directory", required_argument, nullptr, 'd'},
                                      {"json", no_argument, nullptr, 'j'},

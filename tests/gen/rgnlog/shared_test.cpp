@@ -158,7 +158,7 @@ TEST(SharedRegion, OutlivesKilledWriters) {
             usleep(useconds_t(random() % (isSlow ? 400000 : 20000)));
         }
         const bool isReaped = i % 2 == 0;
-        isReaped ? writer.kill() : void(kill(pid_t(writer.id()), SIGKILL));
+        isReaped ? writer.kill() : writer.signal(SIGKILL);
         const Stopwatch stopwatch;
         EXPECT_EQ(write(1, 0), 0u);
         EXPECT_GT(look(), 0u);

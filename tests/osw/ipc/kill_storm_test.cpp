@@ -50,14 +50,11 @@ int storm(const std::vector<std::string>& arguments) {
     for (; kills > 0; --kills) {
         usleep(static_cast<useconds_t>(random() % (emulated() ? 30000 : 1500)));
         pid_t& worker = workers[random() % workers.size()];
-        kill(worker, SIGKILL);
-        waitpid(worker, nullptr, 0);
+        killAndReap(worker);
         start(worker);
     }
-    for (const pid_t worker : workers) {
-        kill(worker, SIGKILL);
-        waitpid(worker, nullptr, 0);
-    }
+    for (const pid_t worker : workers)
+        killAndReap(worker);
     return 0;
 }
 

@@ -107,9 +107,10 @@ class Peer {
         id_ = 0;
     }
 
+    void signal(int number) const { EXPECT_TRUE(id_ > 0 && ::kill(id_, number) == 0); }
+
     void kill() {
-        ::kill(id_, SIGKILL);
-        waitpid(id_, nullptr, 0);
+        killAndReap(id_);
         close(line_);
         id_ = 0;
     }

@@ -152,7 +152,7 @@ TEST(SELock, PassesToReadersWhenTheWriterBeforeThemIsKilled) {
     reader.begin(share, ZAT_FOREVER);
     writer.begin(own, ZAT_FOREVER);
     EXPECT_TRUE(blocked(1, 1));
-    EXPECT_EQ(kill(static_cast<pid_t>(writer.id()), SIGSTOP), 0);
+    writer.signal(SIGSTOP);
     EXPECT_EQ(disown(0, 0), ZAT_OK);
     writer.kill();
     EXPECT_EQ(reader.end(), ZAT_OK);
