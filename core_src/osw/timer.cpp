@@ -4,6 +4,10 @@
  * The timer's task owns the events and deletes them when it ends, however it ends. The record is
  * freed by whoever deletes the timer, after the task; the task reads it only when it finds it in
  * the list.
+ *
+ * Whether the timer is started and whether its countdown is to end stands in the record. The events
+ * wake the task to look: a post may be taken before or after the next call, and one that is left
+ * over means nothing.
  */
 
 #include "osw/timer.h"
@@ -87,14 +91,19 @@ struct Countdown {
     OswTimerWords words;
 };
 
-/* What the timer was started with; false when it is being deleted. */
-static bool readCountdown(ZatTimer handle, Countdown& countdown) {
+enum class TimerStart { Armed, Idle, Deleted };
+
+/* Begins a countdown with what the timer was started with, if it was. */
+static TimerStart beginCountdown(ZatTimer handle, const TimerEvents& events, Countdown& countdown) {
     OswLock lock;
     OswTimerRecord* timer = findOwnTimer(handle, lock);
-    if (timer == nullptr) return false;
+    if (timer == nullptr) return TimerStart::Deleted;
+    zatOSWResetEventSem(events.stop());
+    if (timer->armed == 0) return TimerStart::Idle;
+    timer->armed = 0;
     timer->counting = 1;
     countdown = {timer->interval, timer->callback, timer->words};
-    return true;
+    return TimerStart::Armed;
 }
 
 /* Whether a countdown that has run out is to call: a stop may have come in the last moment, and
@@ -109,19 +118,18 @@ static bool endCountdown(ZatTimer handle, const TimerEvents& events, bool consum
     return !wasStopped && !consumedStop;
 }
 
-/* Runs armed countdowns until one is stopped; whether the timer lives on. */
+/* Runs the countdown of a start, if that still stands; whether the timer lives on. */
 static bool countDown(ZatTimer handle, const TimerEvents& events) {
-    for (;;) {
-        Countdown countdown;
-        if (!readCountdown(handle, countdown)) return false;
-        const ZatStatus stopped = zatOSWWaitEventSem(events.stop(), countdown.interval);
-        if (stopped != ZAT_OK && stopped != ZAT_TIMED_OUT) return false;
-        if (!endCountdown(handle, events, stopped == ZAT_OK))
-            return zatOSWWaitEventSem(events.exit(), 0) == ZAT_TIMED_OUT;
-        const uint32_t* a = countdown.words.word;
-        countdown.callback(handle, a[0], a[1], a[2], a[3], a[4]);
-        if (zatOSWWaitEventSem(events.start(), ZAT_FOREVER) != ZAT_OK) return false;
-    }
+    Countdown countdown;
+    const TimerStart start = beginCountdown(handle, events, countdown);
+    if (start != TimerStart::Armed) return start == TimerStart::Idle;
+    const ZatStatus stopped = zatOSWWaitEventSem(events.stop(), countdown.interval);
+    if (stopped != ZAT_OK && stopped != ZAT_TIMED_OUT) return false;
+    if (!endCountdown(handle, events, stopped == ZAT_OK))
+        return zatOSWWaitEventSem(events.exit(), 0) == ZAT_TIMED_OUT;
+    const uint32_t* a = countdown.words.word;
+    countdown.callback(handle, a[0], a[1], a[2], a[3], a[4]);
+    return true;
 }
 
 /*
@@ -236,6 +244,7 @@ ZatStatus zatOSWStartTimerEx(ZatTimer timer, uint32_t intervalMs, ZatTimerCallba
     record->interval = intervalMs;
     record->callback = callback;
     record->words = {{a1, a2, a3, a4, a5}};
+    record->armed = 1;
     /* A stop that a running countdown has not seen yet is not forgotten. */
     if (record->stopping == 0) status = zatOSWResetEventSem(record->stopEvent);
     return status == ZAT_OK ? zatOSWPostEventSem(record->startEvent) : status;
@@ -246,23 +255,30 @@ ZatStatus zatOSWStartTimer(ZatTimer timer, uint32_t intervalMs, ZatTimerCallback
     return zatOSWStartTimerEx(timer, intervalMs, callback, a1, 0, 0, 0, 0);
 }
 
-/* Ends a countdown, once its start event has been reset or posted. */
-static ZatStatus interrupt(ZatTimer timer, ZatStatus (*treatStart)(ZatEventSem)) {
+/* Ends a countdown that runs, once it is settled whether the timer is started from then on. */
+template <class TreatStart>
+static ZatStatus interrupt(ZatTimer timer, TreatStart treatStart) {
     OswLock lock;
     OswTimerRecord* record = nullptr;
     ZatStatus status = enter(timer, lock, record);
     if (status != ZAT_OK) return status;
-    status = treatStart(record->startEvent);
+    status = treatStart(*record);
     record->stopping = record->counting;
     return status == ZAT_OK ? zatOSWPostEventSem(record->stopEvent) : status;
 }
 
 ZatStatus zatOSWStopTimer(ZatTimer timer) {
-    return interrupt(timer, zatOSWResetEventSem);
+    return interrupt(timer, [](OswTimerRecord& record) {
+        record.armed = 0;
+        return zatOSWResetEventSem(record.startEvent);
+    });
 }
 
 ZatStatus zatOSWResetTimer(ZatTimer timer) {
-    return interrupt(timer, zatOSWPostEventSem);
+    return interrupt(timer, [](OswTimerRecord& record) {
+        if (record.counting != 0 && record.stopping == 0) record.armed = 1;
+        return zatOSWPostEventSem(record.startEvent);
+    });
 }
 
 /* Joins a timer's task; a deleter that is itself deleted meanwhile leaves the task to itself. */

@@ -20,11 +20,12 @@ struct OswTimerRecord {
     uint32_t interval;      /* milliseconds */
     ZatTimerCallback callback;
     OswTimerWords words;
+    uint32_t armed;    /* started, and no countdown has begun since */
     uint32_t counting; /* a countdown runs, or is about to */
     uint32_t stopping; /* it is to end, by a post of the stop event that must not be taken back */
 };
 
-static_assert(sizeof(OswTimerRecord) == 60 && offsetof(OswTimerRecord, threadId) == 8 &&
+static_assert(sizeof(OswTimerRecord) == 64 && offsetof(OswTimerRecord, threadId) == 8 &&
               offsetof(OswTimerRecord, interval) == 24 && offsetof(OswTimerRecord, words) == 32);
 
 #endif
