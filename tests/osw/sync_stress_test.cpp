@@ -7,7 +7,6 @@
 #include <random>
 #include <vector>
 
-#include "osw/mem_checker.h"
 #include "osw/msg_queue_private.h"
 #include "osw/sem_kinds.h"
 #include "osw/worker.h"
@@ -17,8 +16,7 @@ namespace {
 template <class Kind>
 class SemStress : public testing::Test {};
 
-using Kinds = testing::Types<MutexKind, EventKind, CountKind>;
-TYPED_TEST_SUITE(SemStress, Kinds);
+TYPED_TEST_SUITE(SemStress, SemKinds);
 
 TYPED_TEST(SemStress, ServesOneAtATime) {
     const ZatHandle handle = TypeParam::makeBusy();
