@@ -251,13 +251,23 @@ class PartitionModel {
         ASSERT_EQ(blocksOf(partition_, withAligned_), blocks_);
         ASSERT_EQ(headOf(partition_)->peakBytes, peakBytes_);
         ASSERT_EQ(headOf(partition_)->peakBlocks, peakBlocks_);
+        uint32_t largest = sizeof(MemBlockTag);
         for (const PartBlock& block : blocks_) {
-            if (!block.allocated) continue;
+            if (!block.allocated) {
+                largest = std::max(largest, block.size);
+                continue;
+            }
             const uint8_t* data = dataOf(block);
+            uint32_t size = 0;
+            ASSERT_EQ(zatOSWSysGetAllocSizeMemPart(partition_, data, &size), ZAT_OK);
+            ASSERT_EQ(size, block.size - sizeof(MemBlockTag));
             const auto wrong = std::find_if(data, data + block.size - sizeof(MemBlockTag),
                                             [&](uint8_t byte) { return byte != block.pattern; });
             ASSERT_EQ(wrong, data + block.size - sizeof(MemBlockTag)) << "spoilt: " << block;
         }
+        uint32_t found = 0;
+        ASSERT_EQ(zatOSWSysFindMaxFreeMemPart(partition_, &found), ZAT_OK);
+        ASSERT_EQ(found, largest - sizeof(MemBlockTag));
     }
 
     const ZatPartition partition_;

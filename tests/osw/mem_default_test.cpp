@@ -297,9 +297,8 @@ void* allocated;
 
 /** An allocation's fault; the out pointer has to become null. */
 Fault badAllocation(const std::string& function, const std::function<void(void**)>& call) {
-    const bool storeFirst =
-        function == "zatOSWSysAllocMemPart" || function == "zatOSWOrgAllocMemPart";
-    const std::string text = messageOf(function) + "Memory allocate failed\n";
+    const std::string text = messageOf("zatOSW" + function) + "Memory allocate failed\n";
+    const bool storeFirst = function == "SysAllocMemPart" || function == "OrgAllocMemPart";
     return {[call] {
                 allocated = &allocated;
                 call(&allocated);
@@ -333,20 +332,17 @@ std::vector<Fault> allFaults() {
     EXPECT_EQ(zatOSWSysAllocMemPart(sysPartId, &plain, 40), ZAT_OK);
     plain = static_cast<char*>(memset(plain, 'A', 40)) + 24;
     static MemDbgHead foreign[2] = {{0x55555555, 0, 0xAAAAAAAA, 0, 0, 0x5A5A5A5B}, {}};
+    const auto calloc = [](void** out) {
+        *out = nullptr;
+        zatOSWSubCallocMem(0x10001, 0x10000);
+    };
     std::vector<Fault> faults = {
-        badAllocation("zatOSWSysAllocMemPart",
-                      [](void** out) { return zatOSWSysAllocMemPart(part, out, 0); }),
-        badAllocation("zatOSWSysAllocBottomMemPart",
-                      [](void** out) { return zatOSWSysAllocBottomMemPart(part, out, 0); }),
-        badAllocation("zatOSWOrgAllocMemPart",
-                      [](void** out) { return zatOSWOrgAllocMemPart(part, out, 0); }),
-        badAllocation("zatOSWOrgAllocMemPart",
-                      [](void** out) { return zatOSWOrgAllocMemPart(0, out, 0xFFFFFFF0); }),
-        badAllocation("zatOSWOrgAllocMemPart",
-                      [](void** out) {
-                          *out = nullptr;
-                          zatOSWSubCallocMem(0x10001, 0x10000);
-                      }),
+        badAllocation("SysAllocMemPart", [](void** o) { zatOSWSysAllocMemPart(part, o, 0); }),
+        badAllocation("SysAllocBottomMemPart",
+                      [](void** o) { zatOSWSysAllocBottomMemPart(part, o, 0); }),
+        badAllocation("OrgAllocMemPart", [](void** o) { zatOSWOrgAllocMemPart(part, o, 0); }),
+        badAllocation("OrgAllocMemPart", [](void** o) { zatOSWOrgAllocMemPart(0, o, ~15u); }),
+        badAllocation("OrgAllocMemPart", calloc),
         badFree(sys, part, part + 24),
         badFree(sys, part, part + headOf(part)->end),
         badFree(org, part, part - 8),
@@ -356,10 +352,10 @@ std::vector<Fault> allFaults() {
         badHeader(sys, sysPartId, plain)};
     for (const uint32_t alignment : {0u, 3u, 12u, 8u}) {
         const ZatPartition where = alignment == 8 ? 0 : part;
-        faults.push_back(badAllocation("zatOSWSysAlignAllocMemPart", [=](void** out) {
+        faults.push_back(badAllocation("SysAlignAllocMemPart", [=](void** out) {
             return zatOSWSysAlignAllocMemPart(where, out, alignment, 8);
         }));
-        faults.push_back(badAllocation("zatOSWSysAlignAllocBottomMemPart", [=](void** out) {
+        faults.push_back(badAllocation("SysAlignAllocBottomMemPart", [=](void** out) {
             return zatOSWSysAlignAllocBottomMemPart(where, out, alignment, 8);
         }));
     }
@@ -388,8 +384,8 @@ TEST(Fault, OfTheSystemPartitionLetsTheNextCallTryAgain) {
     const std::string keys = getenv("GEN_MSGQ_PATH");
     const std::string away = testing::TempDir() + "away";
     ASSERT_EQ(rename(keys.c_str(), away.c_str()), 0);
-    const Fault fault = badAllocation("zatOSWSysAllocMemPart",
-                                      [](void** out) { zatOSWSysAllocMemPart(0, out, 8); });
+    const Fault fault =
+        badAllocation("SysAllocMemPart", [](void** out) { zatOSWSysAllocMemPart(0, out, 8); });
     const auto text = survive(fault.call);
     if (!text) GTEST_SKIP() << "page 0 cannot be mapped";
     EXPECT_EQ(*text, fault.text);
