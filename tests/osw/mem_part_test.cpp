@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -102,6 +103,18 @@ TEST(CreatePartition, NeedsMoreThanTheRoundingAndFortyBytes) {
             EXPECT_EQ(zatOSWDeleteMemPart(partition), ZAT_OK);
         }
     }
+}
+
+TEST(CreatePartition, FailsUntilTheLibraryHasItsKeyDirectory) {
+    const std::string usual = getenv("GEN_MSGQ_PATH");
+    setenv("GEN_MSGQ_PATH", "/dev/null/keys/", 1);
+    alignas(8) uint8_t memory[64];
+    ZatPartition partition = 0;
+    EXPECT_EQ(zatOSWSysCreateMemPart(&partition, memory, sizeof memory), ZAT_FAILED);
+    setenv("GEN_MSGQ_PATH", usual.c_str(), 1);
+    EXPECT_EQ(zatOSWSysCreateMemPart(&partition, memory, sizeof memory), ZAT_OK);
+    EXPECT_EQ(zatOSWSysCreateMemPart(&partition, nullptr, sizeof memory), ZAT_FAILED);
+    EXPECT_EQ(zatOSWSysCreateMemPart(nullptr, memory, sizeof memory), ZAT_FAILED);
 }
 
 // The names of the semaphores count up per process, so those of two processes meet.
