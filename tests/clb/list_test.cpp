@@ -40,33 +40,22 @@ TEST(PointerList, AgreesWithAModelAfterEveryRandomStep) {
     std::memset(heads, 0xA5, sizeof heads);
     Record storage[kModelRecords];
     std::vector<Record*> records;
-    for (Record& record : storage) {
+    for (Record& record : storage)
         records.push_back(&record);
-    }
-    ListModel<PointerFamily> model(&heads[0], &heads[1], records);
-    runModel(model, [](auto&) {});
+    ListModel<PointerFamily>(&heads[0], &heads[1], records).run([](auto&) {});
 }
 
 TEST(PointerList, WalksToAPositionFromTheNearerEndAndFromTheFrontOnATie) {
     Record records[4];
     for (int32_t count : {3, 4}) {
         ClbLstHead list = {};
-        for (int32_t i = 0; i < count; ++i) {
+        for (int32_t i = 0; i < count; ++i)
             zatCLBLstAdd(&list, &records[i]);
-        }
         /* With the way back cut off, only what is reached from the front is found. */
         records[count - 1].links.prev = nullptr;
         EXPECT_EQ(zatCLBLstNth(&list, 2), &records[1]);
         EXPECT_EQ(zatCLBLstNth(&list, 3), count == 3 ? &records[2] : nullptr);
     }
-}
-
-TEST(PointerList, FreesEveryNodeFromPartition0) {
-    checkFreeing<PointerFamily>();
-}
-
-TEST(PointerList, TypedWalksSurviveTheRemovalOfTheCurrentRecord) {
-    checkWalks<PointerFamily>();
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <dlfcn.h>
 #include <pthread.h>
 
+#include <atomic>
 #include <utility>
 
 #include "osw/mem_checker.h"
@@ -38,8 +39,10 @@ struct Gate {
 
 /** What happens to the waits of a thread. */
 struct CondWaitScript {
-    int spurious = 0;        /**< wake-ups that nobody sent, one for each of the next waits */
-    int error = 0;           /**< answered once, instead of waiting */
+    int spurious = 0; /**< wake-ups that nobody sent, one for each of the next waits */
+    int error = 0;    /**< answered once, instead of waiting */
+    /** Answered once, to whichever thread is woken first of those that share it. */
+    std::atomic<int>* lateError = nullptr;
     Gate* gate = nullptr;    /**< behind the next condition that is really waited for */
     Gate* napGate = nullptr; /**< behind the next sleep */
 };
@@ -55,6 +58,8 @@ static int waitByScript(pthread_mutex_t* mutex, Wait wait) {
     }
     if (script.error != 0) return std::exchange(script.error, 0);
     const int result = wait();
+    const int late = script.lateError == nullptr ? 0 : script.lateError->exchange(0);
+    if (late != 0) return late;
     if (Gate* gate = std::exchange(script.gate, nullptr)) {
         pthread_mutex_unlock(mutex);
         gate->pass();

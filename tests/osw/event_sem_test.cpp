@@ -1,11 +1,10 @@
 #include "osw/event_sem.h"
 
+#include "osw/cond_wait.h"
 #include "osw/event_sem_private.h"
-#include "osw/wait_frame.h"
+#include "osw/worker.h"
 
 namespace {
-
-INSTANTIATE_TYPED_TEST_SUITE_P(Event, WaitFrame, EventKind);
 
 class EventSem : public testing::Test {
   protected:
@@ -14,14 +13,6 @@ class EventSem : public testing::Test {
 
     OswEventSem& record() { return recordOf<OswEventSem>(event); }
     bool waiters(int32_t count) { return waitersReach(record(), count); }
-    /* Waits until so many tasks wait or stand back. */
-    bool inside(uint32_t count) {
-        return waitFor([=, this] {
-            return static_cast<uint32_t>(peek(record(), &OswEventSem::waiters)) +
-                       peek(record(), &OswEventSem::standbys) ==
-                   count;
-        });
-    }
     ZatStatus wait(ZatTimeoutMs timeoutMs) { return zatOSWWaitEventSem(event, timeoutMs); }
 
     ZatEventSem event = 0;
@@ -49,41 +40,35 @@ TEST_F(EventSem, OnePostStaysPendingUntilItIsTakenOrReset) {
     EXPECT_EQ(wait(0), ZAT_TIMED_OUT);
 }
 
-TEST_F(EventSem, AFlushWakesAllAndLeavesNothingPending) {
-    Worker first([this] { return wait(5000); });
-    Worker second([this] { return wait(ZAT_FOREVER); });
+TEST_F(EventSem, AFlushWakesAllWhoWaitAndNobodyWhoComesThen) {
+    Gate gates[2];
+    const auto flushed = [this](Gate& gate, ZatTimeoutMs timeoutMs) {
+        return [this, &gate, timeoutMs] {
+            condWaitScript.gate = &gate;
+            return wait(timeoutMs);
+        };
+    };
+    Worker first(flushed(gates[0], 5000));
+    Worker second(flushed(gates[1], ZAT_FOREVER));
     Worker third([this] { return zatOSWWaitAllEventSem(event, 5000); });
     EXPECT_TRUE(waiters(3));
     EXPECT_EQ(zatOSWFlushEventSem(event), ZAT_OK);
-    EXPECT_EQ(first.join(), ZAT_OK);
-    EXPECT_EQ(second.join(), ZAT_OK);
     EXPECT_EQ(third.join(), ZAT_OK);
-    EXPECT_EQ(record().signalled, 0u);
-    EXPECT_EQ(wait(0), ZAT_TIMED_OUT);
-    EXPECT_EQ(wait(20), ZAT_TIMED_OUT);
-}
-
-TEST_F(EventSem, ANewcomerDoesNotTakeTheWakeUpOfAFlush) {
-    Gate gates[2];
-    const auto flushed = [this](Gate& gate) {
-        return [this, &gate] {
-            condWaitScript.gate = &gate;
-            return wait(5000);
-        };
-    };
-    Worker first(flushed(gates[0]));
-    Worker second(flushed(gates[1]));
-    EXPECT_TRUE(waiters(2));
-    EXPECT_EQ(zatOSWFlushEventSem(event), ZAT_OK);
     for (Gate& gate : gates)
         EXPECT_TRUE(waitFor([&] { return bool{gate.reached}; }));
     Worker newcomer([this] { return wait(50); });
-    EXPECT_TRUE(inside(3));
+    EXPECT_TRUE(waitFor([this] {
+        return static_cast<uint32_t>(peek(record(), &OswEventSem::waiters)) +
+                   peek(record(), &OswEventSem::standbys) ==
+               3;
+    }));
     for (Gate& gate : gates)
         gate.open = true;
     EXPECT_EQ(newcomer.join(), ZAT_TIMED_OUT);
     EXPECT_EQ(first.join(), ZAT_OK);
     EXPECT_EQ(second.join(), ZAT_OK);
+    EXPECT_EQ(record().signalled, 0u);
+    EXPECT_EQ(wait(20), ZAT_TIMED_OUT);
 }
 
 TEST_F(EventSem, WaitAllWaitsForTheNextPostOrFlush) {
@@ -120,8 +105,11 @@ TEST_F(EventSem, WaitAllTakesTheNextWakeUpAndNotOneThatIsOnItsWay) {
         EXPECT_TRUE(waiters(2));
         EXPECT_EQ(wake(event), ZAT_OK);
         EXPECT_EQ(all.join(), ZAT_OK);
+        Worker newcomer([this] { return wait(0); });
+        EXPECT_TRUE(waitFor([this] { return peek(record(), &OswEventSem::standbys) == 1; }));
         gate.open = true;
         EXPECT_EQ(woken.join(), ZAT_OK);
+        EXPECT_EQ(newcomer.join(), ZAT_TIMED_OUT);
         EXPECT_EQ(zatOSWResetEventSem(event), ZAT_OK);
     }
 }

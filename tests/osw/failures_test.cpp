@@ -164,34 +164,6 @@ ZatStatus createProcess(ZatHandle* handle) {
     return status;
 }
 
-/** Buckets, and a list for a node. */
-ZatStatus createHashTable(ZatHandle* handle) {
-    static ClbHshNode node;
-    static ClbHshTable table = {
-        nullptr,
-        0,
-        0,
-        0,
-        0,
-        [](ClbHshTable*, uint32_t, uint32_t, uint32_t) { return &node; },
-        [](ClbHshTable*, ClbHshNode*) {},
-        [](ClbHshTable*, uint32_t key) { return key % 4; },
-        [](ClbHshTable*, uint32_t a, uint32_t b) { return int32_t(a - b); }};
-    node = {};
-    ZatStatus status = zatCLBHshInit(&table, 4);
-    if (status == ZAT_OK) status = zatCLBHshAdd(&table, 1, 0, 0);
-    if (status == ZAT_OK)
-        *handle = reinterpret_cast<ZatHandle>(&table);
-    else
-        EXPECT_EQ(zatCLBHshTerm(&table), ZAT_OK);
-    return status;
-}
-
-template <class Record>
-Record* recordOf(ZatHandle handle) {
-    return reinterpret_cast<Record*>(handle);
-}
-
 const std::vector<Creation>& services() {
     static const std::vector<Creation> all = {
         {"library",
@@ -200,14 +172,10 @@ const std::vector<Creation>& services() {
              const ZatStatus status = zatOSWLoadLibrary(&library, "libm.so.6");
              return status == ZAT_OK ? given(library, h) : status;
          },
-         [](auto h) { return zatOSWFreeLibrary(recordOf<void>(h)); },
+         [](auto h) { return zatOSWFreeLibrary(reinterpret_cast<ZatLibrary>(h)); },
          with(ofBlocks, "dlopen", {ZAT_FAILED})},
         {"process", createProcess, [](auto h) { return zatOSWWaitProcess(int32_t(h), 1, nullptr); },
          with(ofBlocks, "fork", {ZAT_FAILED})},
-        {"hash table",
-         createHashTable,
-         [](auto h) { return zatCLBHshTerm(recordOf<ClbHshTable>(h)); },
-         {{"Org", {ZAT_CLB_HASH_NO_MEMORY}}}},
     };
     return all;
 }

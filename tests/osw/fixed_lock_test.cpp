@@ -2,9 +2,6 @@
 
 #include <sched.h>
 
-#include <memory>
-#include <vector>
-
 #include "osw/worker.h"
 
 namespace {
@@ -89,10 +86,7 @@ TEST_P(FixedLocks, AreHeldByOneUnderStress) {
         }
         return ZatStatus{ZAT_OK};
     };
-    std::vector<std::unique_ptr<Worker>> visitors;
-    for (int number = 0; number < 4; ++number)
-        visitors.push_back(std::make_unique<Worker>(work));
-    visitors.clear();
+    { Worker first(work), second(work), third(work); }
     EXPECT_EQ(broken, 0);
 }
 

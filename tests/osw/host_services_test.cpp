@@ -100,13 +100,12 @@ TEST(Sockets, AreWaitedFor) {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     EXPECT_EQ(zatOSWOS2Select(ends, 0, 0, 0, -1), -1);
-    int32_t sockets[4] = {ends[0], ends[1], ends[0], ends[1]};
-    EXPECT_EQ(zatOSWOS2Select(sockets, 2, 0, 0, 10), 0);
+    std::vector<int32_t> sockets = {ends[0], ends[1], ends[0], ends[1], ends[0]};
+    EXPECT_EQ(zatOSWOS2Select(sockets.data(), 2, 0, 0, 10), 0);
     EXPECT_EQ(write(ends[1], "x", 1), 1);
-    EXPECT_EQ(zatOSWOS2Select(sockets, 2, 1, 1, -1), 2)
-        << "what is not to be written is no exception";
-    EXPECT_TRUE(sockets[0] == ends[0] && sockets[1] == -1 && sockets[2] == ends[0] &&
-                sockets[3] == -1);
+    EXPECT_EQ(zatOSWOS2Select(sockets.data(), 2, 1, 2, -1), 3)
+        << "what can be written is an exception";
+    EXPECT_EQ(sockets, (std::vector<int32_t>{ends[0], -1, ends[0], -1, ends[0]}));
     int32_t tooHigh = 5000;
     EXPECT_EQ(zatOSWOS2Select(&tooHigh, 1, 0, 0, 0), -1);
 }

@@ -13,7 +13,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
@@ -25,13 +24,15 @@
 #include "support/support.h"
 
 // What the library asks of the system, passed on, but failing once where a test wants it to.
-static thread_local int callsToFault = -1; /**< 0 = the next call fails; below: none does */
-static std::function<void()> atCall;
+static int allocationsToFault = -1; /**< 0 = the next one fails; below: none does */
+static int locksToFault = -1;
+static std::function<void()> atLock;
+static bool areLocksNoted;
 static std::vector<pthread_mutex_t*> made;
 static std::vector<pthread_mutex_t*> destroyed;
 static std::atomic<size_t> askedStack;
 
-static bool fails() {
+static bool fails(int& callsToFault) {
     return callsToFault >= 0 && callsToFault-- == 0;
 }
 
@@ -41,34 +42,30 @@ static Function* original(const char* name) {
 }
 
 #ifndef __SANITIZE_ADDRESS__
-static bool faultAllocations;
-
 extern "C" void* malloc(size_t size) noexcept {
     static const auto next = original<void*(size_t)>("malloc");
-    return faultAllocations && fails() ? nullptr : next(size);
+    return fails(allocationsToFault) ? nullptr : next(size);
 }
 
 extern "C" void* calloc(size_t count, size_t size) noexcept {
     static const auto next = original<void*(size_t, size_t)>("calloc");
-    return faultAllocations && fails() ? nullptr : next(count, size);
+    return fails(allocationsToFault) ? nullptr : next(count, size);
 }
 #endif
-
-static bool faultLocks;
 
 extern "C" int pthread_mutex_init(pthread_mutex_t* mutex,
                                   const pthread_mutexattr_t* attributes) noexcept {
     static const auto next =
         original<int(pthread_mutex_t*, const pthread_mutexattr_t*)>("pthread_mutex_init");
-    if (atCall) std::exchange(atCall, nullptr)();
-    if (faultLocks && fails()) return EAGAIN;
-    if (faultLocks) made.push_back(mutex);
+    if (atLock) std::exchange(atLock, nullptr)();
+    if (fails(locksToFault)) return EAGAIN;
+    if (areLocksNoted) made.push_back(mutex);
     return next(mutex, attributes);
 }
 
 extern "C" int pthread_mutex_destroy(pthread_mutex_t* mutex) noexcept {
     static const auto next = original<int(pthread_mutex_t*)>("pthread_mutex_destroy");
-    if (faultLocks) destroyed.push_back(mutex);
+    if (areLocksNoted) destroyed.push_back(mutex);
     return next(mutex);
 }
 
@@ -97,7 +94,7 @@ bool isMainTaskOnce() {
     return isMain && isOnce;
 }
 
-TEST(Init, MakesTheCallerTheMainTask) {
+TEST(Init, MakesTheCallerTheMainTaskAndStaysDoneAfterTheEnd) {
     EXPECT_EQ(ownName(), "");
     EXPECT_EQ(zatOSWTerm(), ZAT_OK) << "nothing to end";
     ASSERT_EQ(zatOSWInit(), ZAT_OK);
@@ -108,10 +105,6 @@ TEST(Init, MakesTheCallerTheMainTask) {
     EXPECT_EQ(info.kernelTid, gettid());
     EXPECT_EQ(info.stackTop, 0u);
     EXPECT_EQ(info.stackRequested, 0u);
-}
-
-TEST(Init, StaysDoneAfterTheEnd) {
-    ASSERT_EQ(zatOSWInit(), ZAT_OK);
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(zatOSWTerm(), ZAT_OK);
         EXPECT_EQ(ownName(), "");
@@ -120,42 +113,17 @@ TEST(Init, StaysDoneAfterTheEnd) {
     }
 }
 
-TEST(Init, HappensOnceForThreadsThatCallAtTheSameTime) {
-    SKIP_IF_RACES_ARE_CHECKED();
-    constexpr uint32_t count = 8;
-    pthread_barrier_t start;
-    pthread_barrier_init(&start, nullptr, count);
-    std::atomic<int> mainTasks = 0;
-    std::vector<std::thread> threads;
-    for (uint32_t i = 0; i < count; ++i)
-        threads.emplace_back([&] {
-            pthread_barrier_wait(&start);
-            EXPECT_EQ(zatOSWInit(), ZAT_OK);
-            mainTasks += ownName() == "mainThread";
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(mainTasks, 1);
-}
-
 TEST(Init, IsWaitedForByOtherThreads) {
     SKIP_IF_RACES_ARE_CHECKED();
     std::thread second;
-    std::atomic<pid_t> secondId = 0;
     std::atomic<bool> returned = false;
-    atCall = [&] {
+    atLock = [&] {
         second = std::thread([&] {
-            secondId = gettid();
             EXPECT_EQ(zatOSWInit(), ZAT_OK);
             EXPECT_TRUE(isRegistered("mainThread"));
             returned = true;
         });
-        EXPECT_TRUE(waitFor([&] {
-            std::string stat;
-            std::getline(std::ifstream("/proc/self/task/" + std::to_string(secondId) + "/stat"),
-                         stat);
-            return returned || stat.find(") S ") != std::string::npos;
-        }));
+        EXPECT_TRUE(waitFor([&] { return returned || allOthersSleep(); }));
         EXPECT_FALSE(returned);
     };
     EXPECT_EQ(zatOSWInit(), ZAT_OK);
@@ -167,10 +135,10 @@ TEST(FailedInit, UnmakesItsLocksInReverseOrder) {
     for (int fault = 0; fault < 4; ++fault) {
         made.clear();
         destroyed.clear();
-        faultLocks = true;
-        callsToFault = fault;
+        locksToFault = fault;
+        areLocksNoted = true;
         EXPECT_EQ(zatOSWInit(), uint32_t{EAGAIN});
-        faultLocks = false;
+        areLocksNoted = false;
         std::reverse(made.begin(), made.end());
         EXPECT_EQ(destroyed, made);
         EXPECT_EQ(made.size(), static_cast<size_t>(fault));
@@ -182,50 +150,23 @@ TEST(FailedInit, UnmakesItsLocksInReverseOrder) {
 
 enum Outcome { Recovered, Unhurt, NoSuchCall, Broken };
 
-#ifndef __SANITIZE_ADDRESS__
-/** The first call, in a thread of its own: one that survives a memory fault's store is ended. */
-struct FirstInit {
-    ZatStatus status = ZAT_FAILED;
-    int callsLeft = 0;
-
-    explicit FirstInit(int call) {
-        std::thread([&] {
-            callsToFault = call;
-            const Watch watch(*this);
-            status = zatOSWInit();
-        }).join();
-    }
-
-  private:
-    /** However the call ends. */
-    struct Watch {
-        FirstInit& init;
-        explicit Watch(FirstInit& watched) : init(watched) { faultAllocations = true; }
-        ~Watch() {
-            faultAllocations = false;
-            init.callsLeft = callsToFault;
-        }
-    };
-};
-#endif
-
-// The store of a memory fault must not end the process here.
-int initWithoutMemory([[maybe_unused]] const std::vector<std::string>& arguments) {
-    Outcome outcome = Broken;
-#ifndef __SANITIZE_ADDRESS__
+/** The first call, in a thread of its own: one that survives a memory fault's store, which must not
+ * end the process here, is ended. */
+int initWithoutMemory(const std::vector<std::string>& arguments) {
     if (mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1,
              0) == MAP_FAILED)
         return Broken;
-    const FirstInit init(std::stoi(arguments.at(0)));
-    if (init.callsLeft >= 0) {
-        outcome = NoSuchCall;
-    } else if (init.status == ZAT_OK) {
-        outcome = isRegistered("mainThread") ? Unhurt : Broken;
-    } else if (!isRegistered("mainThread") && zatOSWInit() == ZAT_OK && isMainTaskOnce()) {
-        outcome = Recovered;
-    }
-#endif
-    return outcome;
+    ZatStatus status = ZAT_FAILED;
+    int callsLeft = -1;
+    std::thread([&] {
+        allocationsToFault = std::stoi(arguments.at(0));
+        status = zatOSWInit();
+        callsLeft = std::exchange(allocationsToFault, -1);
+    }).join();
+    if (callsLeft >= 0) return NoSuchCall;
+    if (status == ZAT_OK) return isRegistered("mainThread") ? Unhurt : Broken;
+    if (isRegistered("mainThread") || zatOSWInit() != ZAT_OK) return Broken;
+    return isMainTaskOnce() ? Recovered : Broken;
 }
 SelfRole initWithoutMemoryRole("init-without-memory", initWithoutMemory);
 
@@ -245,34 +186,28 @@ TEST(FailedInit, IsTriedAgainWhicheverAllocationFailed) {
     EXPECT_GE(recovered, 3) << "the main task's record, the internal event, the trace's registry";
 }
 
-struct LimitsCase {
+const std::string longPiece = std::string(42, '0') + "20000,70000";       // 47 characters
+const std::string tooLongPiece = std::string(43, '0') + "20000,70000,0";  // 48
+
+const struct {
     const char* environment; /**< null = not set */
     uint32_t minimum;
     uint32_t maximum;
     uint32_t extra;
-};
+} limitsCases[] = {{nullptr, 16384, 131072, 65536},
+                   {"8192", 16384, 131072, 65536},
+                   {"200000", 200000, 200000, 65536},
+                   {",65536,0", 16384, 65536, 0},
+                   {"\t32768 ,, 4096 \n", 32768, 131072, 4096},
+                   {"many,,x", 16384, 131072, 65536},
+                   {"20000,150000,0,7,9", 20000, 150000, 0},
+                   {"20000,150000,4294967295", 20000, 150000, 0xFFFFFFFF},
+                   {longPiece.c_str(), 20000, 70000, 65536},
+                   {tooLongPiece.c_str(), 16384, 70000, 0}};
 
-void PrintTo(const LimitsCase& limits, std::ostream* stream) {
-    *stream << limits.minimum << "," << limits.maximum << "," << limits.extra;
-}
-
-class StackLimits : public testing::TestWithParam<LimitsCase> {};
-
-const std::string longPiece = std::string(42, '0') + "20000,70000";       // 47 characters
-const std::string tooLongPiece = std::string(43, '0') + "20000,70000,0";  // 48
-
+class StackLimits : public testing::TestWithParam<size_t> {};
 INSTANTIATE_TEST_SUITE_P(Environment, StackLimits,
-                         testing::Values(LimitsCase{nullptr, 16384, 131072, 65536},
-                                         LimitsCase{"8192", 16384, 131072, 65536},
-                                         LimitsCase{"200000", 200000, 200000, 65536},
-                                         LimitsCase{",65536,0", 16384, 65536, 0},
-                                         LimitsCase{"\t32768 ,, 4096 \n", 32768, 131072, 4096},
-                                         LimitsCase{"many,,x", 16384, 131072, 65536},
-                                         LimitsCase{"20000,150000,0,7,9", 20000, 150000, 0},
-                                         LimitsCase{"20000,150000,4294967295", 20000, 150000,
-                                                    0xFFFFFFFF},
-                                         LimitsCase{longPiece.c_str(), 20000, 70000, 65536},
-                                         LimitsCase{tooLongPiece.c_str(), 16384, 70000, 0}));
+                         testing::Range<size_t>(0, std::size(limitsCases)));
 
 struct Seen {
     zatOSWTaskInfo info;
@@ -291,7 +226,7 @@ uint32_t look(uint32_t address, uint32_t) {
 }
 
 TEST_P(StackLimits, ShapeTheStacksOfTasks) {
-    const LimitsCase& limits = GetParam();
+    const auto& limits = limitsCases[GetParam()];
     if (limits.environment == nullptr)
         unsetenv("OSW_TASK_STACK_ENV");
     else

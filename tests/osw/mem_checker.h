@@ -99,8 +99,6 @@ inline std::vector<PartBlock> blocksOf(ZatPartition partition, bool endMayLag = 
         << "the end marker names no block: " << namedByEnd(partition);
     EXPECT_EQ(head->curBytes, bytes);
     EXPECT_EQ(head->curBlocks, count);
-    EXPECT_GE(head->peakBytes, bytes);
-    EXPECT_GE(head->peakBlocks, count);
     return blocks;
 }
 
@@ -198,6 +196,7 @@ class PartitionModel {
         const uint64_t wanted =
             alignment == 0 ? size : (uint64_t{size} + alignment - 1) / alignment * alignment;
         const uint64_t need = blockFor(alignment == 0 ? wanted : wanted + alignment - 1);
+        const MemPartHead headBefore = *headOf(partition_);
         size_t i = find(side, need);
         void* block = &block;
         const ZatStatus status = call(side, alignment, &block, size);
@@ -206,6 +205,8 @@ class PartitionModel {
             EXPECT_EQ(block, nullptr);
             return;
         }
+        peakBytes_ = std::max(peakBytes_, headBefore.curBytes + static_cast<uint32_t>(need));
+        peakBlocks_ = std::max(peakBlocks_, headBefore.curBlocks + 1);
         i = place(side, i, static_cast<uint32_t>(need));
         const uint32_t front =
             alignment == 0 ? 0 : -reinterpret_cast<uint32_t>(dataOf(blocks_[i])) % alignment;
@@ -248,13 +249,25 @@ class PartitionModel {
 
     void check() {
         ASSERT_EQ(blocksOf(partition_, withAligned_), blocks_);
+        ASSERT_EQ(headOf(partition_)->peakBytes, peakBytes_);
+        ASSERT_EQ(headOf(partition_)->peakBlocks, peakBlocks_);
+        uint32_t largest = sizeof(MemBlockTag);
         for (const PartBlock& block : blocks_) {
-            if (!block.allocated) continue;
+            if (!block.allocated) {
+                largest = std::max(largest, block.size);
+                continue;
+            }
             const uint8_t* data = dataOf(block);
+            uint32_t size = 0;
+            ASSERT_EQ(zatOSWSysGetAllocSizeMemPart(partition_, data, &size), ZAT_OK);
+            ASSERT_EQ(size, block.size - sizeof(MemBlockTag));
             const auto wrong = std::find_if(data, data + block.size - sizeof(MemBlockTag),
                                             [&](uint8_t byte) { return byte != block.pattern; });
             ASSERT_EQ(wrong, data + block.size - sizeof(MemBlockTag)) << "spoilt: " << block;
         }
+        uint32_t found = 0;
+        ASSERT_EQ(zatOSWSysFindMaxFreeMemPart(partition_, &found), ZAT_OK);
+        ASSERT_EQ(found, largest - sizeof(MemBlockTag));
     }
 
     const ZatPartition partition_;
@@ -262,6 +275,8 @@ class PartitionModel {
     bool filling_ = true;
     std::mt19937 random_;
     std::vector<PartBlock> blocks_;
+    uint32_t peakBytes_ = 0;
+    uint32_t peakBlocks_ = 0;
 };
 
 #endif

@@ -2,8 +2,6 @@
 
 #include "osw/mem_info.h"
 
-#include <cstdarg>
-
 #include "gen/trace/captured.h"
 #include "osw/event_sem_private.h"
 #include "osw/mem_part.h"
@@ -13,19 +11,8 @@
 
 namespace {
 
-uint32_t waitHere(uint32_t event, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t,
-                  uint32_t, uint32_t, uint32_t) {
+uint32_t waitHere(uint32_t event, uint32_t) {
     return zatOSWWaitEventSem(event, ZAT_FOREVER);
-}
-
-std::string format(const char* text, ...) __attribute__((format(printf, 1, 2)));
-std::string format(const char* text, ...) {
-    char line[200];
-    va_list arguments;
-    va_start(arguments, text);
-    vsnprintf(line, sizeof line, text, arguments);
-    va_end(arguments);
-    return line;
 }
 
 const zatOSWTaskInfo& taskOf(const OswMemInfo& info, uint32_t place) {
@@ -35,11 +22,8 @@ const zatOSWTaskInfo& taskOf(const OswMemInfo& info, uint32_t place) {
 TEST(MemInfo, HoldsAndPrintsTheFiguresOfEachTask) {
     listen();
     ZatEventSem event = 0;
-    ZatTaskId task = 0;
     ASSERT_EQ(zatOSWCreateEventSem(&event, 0, 0), ZAT_OK);
-    ASSERT_EQ(zatOSWCreateJoinTask(&task, "sixteen letters!", ZAT_INHERIT_PRIORITY, 65536, waitHere,
-                                   1, event, 0, 0, 0, 0, 0, 0, 0, 0, 0),
-              ZAT_OK);
+    const ZatTaskId task = startTask(taskEntry<waitHere>, 1, "sixteen letters!", event, 0, 65536);
     EXPECT_TRUE(waitersReach(recordOf<OswEventSem>(event), 1));
     OswMemInfo* info = nullptr;
     ASSERT_EQ(zatOSWCreateMemInfo(&info), ZAT_OK);
@@ -51,6 +35,8 @@ TEST(MemInfo, HoldsAndPrintsTheFiguresOfEachTask) {
     EXPECT_GE(info->stackTotal, 65536u);
     EXPECT_TRUE(info->taskPeak == 2 && info->stackTotalPeak == info->stackTotal);
     void* block = nullptr;
+    ASSERT_EQ(zatOSWSysAllocMemPart(0, &block, 50), ZAT_OK);
+    ASSERT_EQ(zatOSWSysFreeMemPart(0, block), ZAT_OK);
     ASSERT_EQ(zatOSWOrgAllocMemPart(0, &block, 100), ZAT_OK);
     OswMemInfo* later = nullptr;
     ASSERT_EQ(zatOSWCreateMemInfo(&later), ZAT_OK);

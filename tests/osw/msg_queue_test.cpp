@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <deque>
-#include <memory>
 #include <random>
-#include <vector>
 
 #include "osw/cond_wait.h"
 #include "osw/count_sem_private.h"
@@ -81,11 +79,8 @@ TEST_P(MsgQueueModel, HoldsWhatADoubleEndedQueueWould) {
             if (!room) continue;
             if (model.size() == capacity) {
                 capacity += 4;
-                char line[100];
-                snprintf(line, sizeof line,
-                         "OSW:<Warning>:MessageQueueGrown:qid=%d size=%u length=12\n",
-                         static_cast<int>(queue), static_cast<unsigned>(capacity));
-                grown += line;
+                grown += format("OSW:<Warning>:MessageQueueGrown:qid=%d size=%u length=12\n",
+                                static_cast<int>(queue), capacity);
             }
             model.insert(urgent != 0 ? model.begin() : model.end(), text);
         } else {

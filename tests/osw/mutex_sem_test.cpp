@@ -3,7 +3,7 @@
 #include <sys/time.h>
 
 #include "osw/mutex_sem_private.h"
-#include "osw/wait_frame.h"
+#include "osw/worker.h"
 
 /* The wall clock that deadlines are computed from; null for the real one. */
 static Shared<const timeval*> wallClock;
@@ -18,8 +18,6 @@ extern "C" int gettimeofday(timeval* now, void*) noexcept {
 
 namespace {
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Mutex, WaitFrame, MutexKind);
-
 class MutexSem : public testing::Test {
   protected:
     ~MutexSem() override { zatOSWSetLockMonitor(0); }
@@ -33,13 +31,8 @@ class MutexSem : public testing::Test {
         const ZatStatus status = zatOSWRequestMutexSem(mutex, timeoutMs);
         return status == ZAT_OK ? zatOSWReleaseMutexSem(mutex) : status;
     }
-    /* What another task is answered. */
-    template <class Call>
-    static ZatStatus byAnother(Call call) {
-        return Worker(call).join();
-    }
     ZatStatus visitByAnother() {
-        return byAnother([this] { return visit(0); });
+        return Worker([this] { return visit(0); }).join();
     }
 
     ZatMutexSem mutex = 0;
@@ -49,11 +42,11 @@ TEST_F(MutexSem, IsReleasedAndDeletedOnlyByItsOwner) {
     make(1);
     EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_FAILED) << "nobody's";
     EXPECT_EQ(visitByAnother(), ZAT_OK);
-    EXPECT_EQ(byAnother([this] { return zatOSWDeleteMutexSem(mutex); }), ZAT_OK);
+    EXPECT_EQ(Worker([this] { return zatOSWDeleteMutexSem(mutex); }).join(), ZAT_OK);
     make(0);
     EXPECT_EQ(visitByAnother(), ZAT_TIMED_OUT);
-    EXPECT_EQ(byAnother([this] { return zatOSWReleaseMutexSem(mutex); }), ZAT_FAILED);
-    EXPECT_EQ(byAnother([this] { return zatOSWDeleteMutexSem(mutex); }), ZAT_FAILED);
+    EXPECT_EQ(Worker([this] { return zatOSWReleaseMutexSem(mutex); }).join(), ZAT_FAILED);
+    EXPECT_EQ(Worker([this] { return zatOSWDeleteMutexSem(mutex); }).join(), ZAT_FAILED);
     EXPECT_EQ(visitByAnother(), ZAT_TIMED_OUT) << "nothing changed";
     EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK);
     EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_FAILED);

@@ -38,4 +38,6 @@ struct EventKind : SemKind<OswEventSem, sizeof(OswEventSem), zatOSWCreateEventSe
 struct CountKind : SemKind<OswCountSem, sizeof(OswCountSem), zatOSWCreateCountSem,
                            zatOSWWaitCountSem, zatOSWPostCountSem, zatOSWDeleteCountSem> {};
 
+using SemKinds = testing::Types<MutexKind, EventKind, CountKind>;
+
 #endif

@@ -107,8 +107,7 @@ TEST_F(TaskPool, RunsAndReportsJobs) {
     ASSERT_EQ(make({}, -1), ZAT_OK);
     EXPECT_EQ(queue(), ZAT_OK);
     const ZatTaskId worker = firstOf(pool->busy);
-    char row[60];
-    snprintf(row, sizeof row, "        %10u   0 sixteencharacter\n", uint32_t{worker});
+    const std::string row = format("        %10u   0 sixteencharacter\n", worker);
     Lines lines = {"task pool information\n",
                    "  no  min   max   rng   step  stack    cur   peak    task name\n",
                    " --- ----- ----- ----- ----- -------- ----- ----- ---------------- \n",
@@ -129,8 +128,9 @@ TEST_F(TaskPool, RunsAndReportsJobs) {
     open();
     EXPECT_TRUE(reach(1, 0));
     uint32_t address = 0;
-    EXPECT_EQ(sscanf(nameOf(worker).c_str(), "mainTh%8x-%s", &address, row), 2) << nameOf(worker);
-    EXPECT_STREQ(row, "P");
+    char last = 0;
+    EXPECT_EQ(sscanf(nameOf(worker).c_str(), "mainTh%8x-%c", &address, &last), 2);
+    EXPECT_EQ(nameOf(worker), format("mainTh%08x-P", address));
     EXPECT_EQ(change({}), ZAT_OK);
     EXPECT_EQ(queue(Return, "alone"), ZAT_OK);
     EXPECT_TRUE(isRegistered("alone") && reach(1, 0));
@@ -231,6 +231,15 @@ TEST_F(TaskPool, LosesWorkersButNoJobs) {
         ASSERT_TRUE(reach(1, 0)) << "the waiting caller's job was not run, end " << end;
         remove();
     }
+    const uint32_t space = addressSpaceKb();
+    ASSERT_EQ(make({1, 1, 0, 0}), ZAT_OK);
+    for (int round = 0; round < 200; ++round) {
+        EXPECT_EQ(queue(Exit), ZAT_OK);
+        open();
+        ASSERT_TRUE(reach(0, 0));
+    }
+    remove();
+    EXPECT_LT(addressSpaceKb(), space + 10000) << "stacks stay behind";
     for (int round = 0; round < 30; ++round) {
         ASSERT_EQ(make({1, 1, 0, 0}, 1), ZAT_OK);
         EXPECT_EQ(zatOSWDeleteTask(firstOf(pool->idle)), ZAT_OK);

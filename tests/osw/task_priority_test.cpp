@@ -50,21 +50,26 @@ class TaskPriority : public testing::Test {
         EXPECT_EQ(zatOSWDeleteTaskJoin(task, 0), ZAT_OK);
         EXPECT_TRUE(waitFor([=] { return nameOf(task).empty(); }));
     }
-    void expectCreated(int32_t asked, int32_t policy, int32_t priority) {
+    template <class Create>
+    void expectMade(Create create, int32_t policy, int32_t priority) {
         ZatTaskId task = 0;
-        ASSERT_EQ(zatOSWCreateJoinTask(&task, "task", asked, 0, waitForEvent, 1, event, 0, 0, 0, 0,
-                                       0, 0, 0, 0, 0),
-                  ZAT_OK);
+        ASSERT_EQ(create(&task), ZAT_OK);
         expect(task, policy, priority);
         end(task);
     }
+    void expectCreated(int32_t asked, int32_t policy, int32_t priority) {
+        const auto create = [=, this](ZatTaskId* task) {
+            return zatOSWCreateJoinTask(task, "task", asked, 0, waitForEvent, 1, event, 0, 0, 0, 0,
+                                        0, 0, 0, 0, 0);
+        };
+        expectMade(create, policy, priority);
+    }
     void expectCreatedVxv(uint32_t asked, int32_t policy, int32_t priority) {
-        ZatTaskId task = 0;
-        ASSERT_EQ(zatOSWCreateTaskVxv(&task, "task", asked, 0, waitForEvent, event, 0, 0, 0, 0, 0,
-                                      0, 0, 0, 0),
-                  ZAT_OK);
-        expect(task, policy, priority);
-        EXPECT_EQ(zatOSWDeleteTask(task), ZAT_OK);
+        const auto create = [=, this](ZatTaskId* task) {
+            return zatOSWCreateTaskVxv(task, "task", asked, 0, waitForEvent, event, 0, 0, 0, 0, 0,
+                                       0, 0, 0, 0);
+        };
+        expectMade(create, policy, priority);
     }
 
     ZatEventSem event = 0;
@@ -104,18 +109,16 @@ TEST_F(TaskPriority, IsInheritedOrMappedFromTheKernelStyle) {
 
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    ZatTaskId task = 0;
-    ASSERT_EQ(zatOSWSubPthreadCreate(&task, &attributes, waitForEvent, event), ZAT_OK);
-    expect(task, SCHED_RR, 7);
-    end(task);
+    const auto create = [&](ZatTaskId* task) {
+        return zatOSWSubPthreadCreate(task, &attributes, waitForEvent, event);
+    };
+    expectMade(create, SCHED_RR, 7);
     sched_param parameters = {};
     parameters.sched_priority = 9;
     pthread_attr_setinheritsched(&attributes, PTHREAD_EXPLICIT_SCHED);
     pthread_attr_setschedpolicy(&attributes, SCHED_FIFO);
     pthread_attr_setschedparam(&attributes, &parameters);
-    ASSERT_EQ(zatOSWSubPthreadCreate(&task, &attributes, waitForEvent, event), ZAT_OK);
-    expect(task, SCHED_FIFO, 9);
-    end(task);
+    expectMade(create, SCHED_FIFO, 9);
     pthread_attr_destroy(&attributes);
 }
 
@@ -155,23 +158,22 @@ TEST_F(TaskPriority, IsToldInTheKernelStyleOnlyWhenItCannotBeRead) {
 
 TEST(TaskVar, BelongsToATaskAndAKey) {
     const uint32_t memory = (zatOSWInit(), heldMemory());
+    const std::pair<ZatTaskId, uint32_t> vars[] = {{1, 2}, {2, 1}, {1, 1}, {2, 2}};
     uint32_t value = 9;
-    EXPECT_EQ(zatOSWGetTaskVar(1, 2, &value), ZAT_FAILED);
-    EXPECT_EQ(zatOSWSetTaskVar(1, 2, 3), ZAT_FAILED);
-    EXPECT_EQ(zatOSWRemoveTaskVar(1, 2), ZAT_FAILED);
-    for (const auto& [task, key] : {std::pair{1u, 2u}, {2u, 1u}, {1u, 1u}, {2u, 2u}}) {
+    for (const auto& [task, key] : vars) {
+        EXPECT_EQ(zatOSWGetTaskVar(task, key, &value), ZAT_FAILED);
+        EXPECT_EQ(zatOSWSetTaskVar(task, key, 3), ZAT_FAILED);
         EXPECT_EQ(zatOSWAddTaskVar(task, key), ZAT_OK);
         EXPECT_EQ(zatOSWAddTaskVar(task, key), ZAT_FAILED);
         EXPECT_EQ(zatOSWGetTaskVar(task, key, &value), ZAT_OK);
         EXPECT_EQ(value, 0u);
         EXPECT_EQ(zatOSWSetTaskVar(task, key, 10 * task + key), ZAT_OK);
     }
-    EXPECT_EQ(zatOSWRemoveTaskVar(1, 1), ZAT_OK);
-    EXPECT_EQ(zatOSWGetTaskVar(1, 1, &value), ZAT_FAILED);
-    for (const auto& [task, key] : {std::pair{1u, 2u}, {2u, 1u}, {2u, 2u}}) {
+    for (const auto& [task, key] : vars) {
         EXPECT_EQ(zatOSWGetTaskVar(task, key, &value), ZAT_OK);
         EXPECT_EQ(value, 10 * task + key);
         EXPECT_EQ(zatOSWRemoveTaskVar(task, key), ZAT_OK);
+        EXPECT_EQ(zatOSWRemoveTaskVar(task, key), ZAT_FAILED);
     }
     EXPECT_EQ(heldMemory(), memory);
 }

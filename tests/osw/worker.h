@@ -6,7 +6,11 @@
 #define ZATOSW_TESTS_OSW_WORKER_H
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdarg>
+#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <mutex>
@@ -124,6 +128,27 @@ class Worker {
     ZatTaskId id_;
     uint32_t result_ = 0;
 };
+
+/** A line of a report, as printf() writes it. */
+__attribute__((format(printf, 1, 2))) inline std::string format(const char* text, ...) {
+    char line[256];
+    va_list arguments;
+    va_start(arguments, text);
+    vsnprintf(line, sizeof line, text, arguments);
+    va_end(arguments);
+    return line;
+}
+
+/** Whether the caller is the only thread of the process that runs. */
+inline bool allOthersSleep() {
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        if (thread.path().filename() == std::to_string(gettid())) continue;
+        std::string stat;
+        std::getline(std::ifstream(thread.path() / "stat"), stat);
+        if (!stat.empty() && stat.find(") S ") == std::string::npos) return false;
+    }
+    return true;
+}
 
 inline zatOSWTaskInfo infoOf(ZatTaskId task) {
     zatOSWTaskInfo info;

@@ -1,18 +1,17 @@
-/**
- * @file
- * What holds for every semaphore that tasks wait on, whatever its kind. A kind is used as a token
- * here: busy when it is made, given by give(), had by whoever wait() returns ZAT_OK to.
- */
-#ifndef ZATOSW_TESTS_OSW_WAIT_FRAME_H
-#define ZATOSW_TESTS_OSW_WAIT_FRAME_H
+// What holds for every semaphore that tasks wait on, whatever its kind. A kind is used as a token
+// here: busy when it is made, given by give(), had by whoever wait() returns ZAT_OK to.
 
 #include <errno.h>
 
+#include <atomic>
 #include <memory>
+#include <set>
 
 #include "osw/cond_wait.h"
 #include "osw/sem_kinds.h"
 #include "osw/worker.h"
+
+namespace {
 
 template <class Kind>
 class WaitFrame : public testing::Test {
@@ -59,9 +58,9 @@ class WaitFrame : public testing::Test {
     ZatHandle handle = 0;
 };
 
-TYPED_TEST_SUITE_P(WaitFrame);
+TYPED_TEST_SUITE(WaitFrame, SemKinds);
 
-TYPED_TEST_P(WaitFrame, TimesOut) {
+TYPED_TEST(WaitFrame, TimesOut) {
     Worker other([this] {
         EXPECT_EQ(this->wait(0), ZAT_TIMED_OUT);
         const Stopwatch stopwatch;
@@ -76,7 +75,7 @@ TYPED_TEST_P(WaitFrame, TimesOut) {
     EXPECT_EQ(this->wait(0), ZAT_OK);
 }
 
-TYPED_TEST_P(WaitFrame, GivesNothingForAWakeUpByChanceOrSignal) {
+TYPED_TEST(WaitFrame, GivesNothingForAWakeUpByChanceOrSignal) {
     Worker early([this] {
         condWaitScript.spurious = 3;
         const Stopwatch stopwatch;
@@ -96,7 +95,7 @@ TYPED_TEST_P(WaitFrame, GivesNothingForAWakeUpByChanceOrSignal) {
     EXPECT_EQ(patient.join(), ZAT_OK);
 }
 
-TYPED_TEST_P(WaitFrame, AWokenWaiterWinsAgainstANewcomer) {
+TYPED_TEST(WaitFrame, AWokenWaiterWinsAgainstANewcomer) {
     Gate gate;
     auto woken = this->wokenBehind(gate);
     Worker deleted([this] { return this->wait(ZAT_FOREVER); });
@@ -111,7 +110,7 @@ TYPED_TEST_P(WaitFrame, AWokenWaiterWinsAgainstANewcomer) {
     EXPECT_EQ(this->wait(0), ZAT_OK) << "each of the two gave it on";
 }
 
-TYPED_TEST_P(WaitFrame, DeletionSendsEveryWaiterAwayAndTheLastOneFrees) {
+TYPED_TEST(WaitFrame, DeletionSendsEveryWaiterAwayAndTheLastOneFrees) {
     const uint32_t others = heldMemory() - TypeParam::memorySize;
     Gate gate;
     Worker last([&] {
@@ -135,7 +134,7 @@ TYPED_TEST_P(WaitFrame, DeletionSendsEveryWaiterAwayAndTheLastOneFrees) {
 }
 
 /* The woken waiter leaves after the deletion or before, the newcomer is the last in either case. */
-TYPED_TEST_P(WaitFrame, DeletionSendsANewcomerThatStandsBackAway) {
+TYPED_TEST(WaitFrame, DeletionSendsANewcomerThatStandsBackAway) {
     const uint32_t others = heldMemory() - TypeParam::memorySize;
     for (const bool wokenFirst : {false, true}) {
         Gate gate;
@@ -158,26 +157,8 @@ TYPED_TEST_P(WaitFrame, DeletionSendsANewcomerThatStandsBackAway) {
     }
 }
 
-TYPED_TEST_P(WaitFrame, ADeletedWaiterIsNotCountedAnyMore) {
-    Worker victim([this] { return this->wait(ZAT_FOREVER); });
-    EXPECT_TRUE(this->waiters(1));
-    Worker next([this] { return this->visit(5000); });
-    EXPECT_TRUE(this->waiters(2));
-    victim.remove();
-    EXPECT_EQ(peek(this->record(), &TypeParam::Record::waiters), 1);
-    EXPECT_EQ(this->give(), ZAT_OK);
-    EXPECT_EQ(next.join(), ZAT_OK);
-    EXPECT_EQ(this->wait(0), ZAT_OK);
-
-    Worker alone([this] { return this->wait(60000); });
-    EXPECT_TRUE(this->waiters(1));
-    alone.remove();
-    EXPECT_EQ(this->give(), ZAT_OK);
-    EXPECT_EQ(this->wait(0), ZAT_OK) << "nobody else is there to take it";
-}
-
 /* Which of the two is first differs from round to round. */
-TYPED_TEST_P(WaitFrame, AWakeUpForADeletedWaiterReachesAnother) {
+TYPED_TEST(WaitFrame, AWakeUpForADeletedWaiterReachesAnother) {
     const int rounds = emulated() ? 20 : 100;
     for (int round = 0; round < rounds; ++round) {
         Worker victim([this] { return this->visit(ZAT_FOREVER); });
@@ -195,9 +176,36 @@ TYPED_TEST_P(WaitFrame, AWakeUpForADeletedWaiterReachesAnother) {
         ASSERT_EQ(other.join(), ZAT_OK) << "round " << round;
         ASSERT_EQ(this->wait(0), ZAT_OK) << "round " << round;
     }
+    Worker alone([this] { return this->wait(60000); });
+    EXPECT_TRUE(this->waiters(1));
+    alone.remove();
+    EXPECT_EQ(peek(this->record(), &TypeParam::Record::waiters), 0);
+    EXPECT_EQ(this->give(), ZAT_OK);
+    EXPECT_EQ(this->wait(0), ZAT_OK) << "nobody else is there to take it";
 }
 
-TYPED_TEST_P(WaitFrame, IsFreedOnceWhenItAndItsWaiterAreDeletedTogether) {
+TYPED_TEST(WaitFrame, AWakeUpThatCameAsTimeRanOutReachesAnother) {
+    Gate gate;
+    std::atomic<int> lateError = ETIMEDOUT;
+    const auto visit = [&] {
+        condWaitScript.lateError = &lateError;
+        condWaitScript.gate = &gate;
+        return this->visit(5000);
+    };
+    Worker first(visit);
+    Worker second(visit);
+    EXPECT_TRUE(this->waiters(2));
+    EXPECT_EQ(this->give(), ZAT_OK);
+    EXPECT_TRUE(waitFor([&] { return bool{gate.reached}; }));
+    Worker newcomer([this] { return this->visit(5000); });
+    EXPECT_TRUE(this->standbys(1)) << "the other one goes first";
+    gate.open = true;
+    EXPECT_EQ((std::multiset{first.join(), second.join()}),
+              (std::multiset<ZatStatus>{ZAT_OK, ZAT_TIMED_OUT}));
+    EXPECT_EQ(newcomer.join(), ZAT_OK);
+}
+
+TYPED_TEST(WaitFrame, IsFreedOnceWhenItAndItsWaiterAreDeletedTogether) {
     const uint32_t others = heldMemory() - TypeParam::memorySize;
     const int rounds = emulated() ? 20 : 100;
     for (int round = 0; round < rounds; ++round) {
@@ -212,12 +220,4 @@ TYPED_TEST_P(WaitFrame, IsFreedOnceWhenItAndItsWaiterAreDeletedTogether) {
     }
 }
 
-REGISTER_TYPED_TEST_SUITE_P(WaitFrame, TimesOut, GivesNothingForAWakeUpByChanceOrSignal,
-                            AWokenWaiterWinsAgainstANewcomer,
-                            DeletionSendsEveryWaiterAwayAndTheLastOneFrees,
-                            DeletionSendsANewcomerThatStandsBackAway,
-                            ADeletedWaiterIsNotCountedAnyMore,
-                            AWakeUpForADeletedWaiterReachesAnother,
-                            IsFreedOnceWhenItAndItsWaiterAreDeletedTogether);
-
-#endif
+}  // namespace
