@@ -52,10 +52,8 @@ ZatStatus zatOSWPostEventSem(ZatEventSem event) {
 
 ZatStatus zatOSWResetEventSem(ZatEventSem event) {
     auto* record = oswRecord<OswEventSem>(event);
-    if (record == nullptr) return ZAT_FAILED;
     OswLock list;
-    if (const ZatStatus error = list.take(oswEventSems.lock); error != ZAT_OK) return error;
-    if (!record->valid) return ZAT_FAILED;
+    if (const ZatStatus status = oswSemFind(record, list); status != ZAT_OK) return status;
     setSignalled(*record, 0);
     return ZAT_OK;
 }

@@ -75,26 +75,29 @@ static OswLoadLib* findPath(const char* path) {
     return find([path](const OswLoadLib& library) { return strcmp(library.name, path) == 0; });
 }
 
+/* The handle of a library that is loaded already; false when it is not. */
+static bool findHandle(const char* path, ZatLibrary* handle) {
+    const OswLock lock(libraryLock);
+    const OswLoadLib* library = findPath(path);
+    if (library != nullptr) *handle = library->handle;
+    return library != nullptr;
+}
+
 ZatStatus zatOSWLoadLibrary(ZatLibrary* library, const char* path) {
     const OswKeepErrno keepErrno;
     if (library == nullptr || path == nullptr) return ZAT_FAILED;
     const OswUncancellable uncancellable;
-    OswLock lock(libraryLock);
-    OswLoadLib* loaded = findPath(path);
-    lock.release();
+    if (findHandle(path, library)) return ZAT_OK;
     LibraryMaker maker;
+    if (const ZatStatus status = maker.open(path); status != ZAT_OK) return status;
+    const OswLock lock(libraryLock);
+    /* Another task may have loaded it meanwhile. */
+    OswLoadLib* loaded = findPath(path);
     if (loaded == nullptr) {
-        if (const ZatStatus status = maker.open(path); status != ZAT_OK) return status;
-        lock.take(libraryLock);
-        /* Another task may have loaded it meanwhile. */
-        loaded = findPath(path);
-        if (loaded == nullptr) {
-            loaded = maker.finish();
-            zatCLBLstAdd(&libraries, loaded);
-        }
+        loaded = maker.finish();
+        zatCLBLstAdd(&libraries, loaded);
     }
     *library = loaded->handle;
-    lock.release();
     return ZAT_OK;
 }
 

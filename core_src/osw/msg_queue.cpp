@@ -24,7 +24,6 @@
 #include "osw/objects_private.h"
 #include "osw/report_private.h"
 
-static OswIndex byHandle;
 static uint32_t lastSerial;
 
 /* A queue that is being made; undone at the end of the scope unless it was finished. */
@@ -81,8 +80,7 @@ ZatStatus zatOSWCreateMsgQueue(ZatMsgQueue* queue, uint32_t capacity, uint32_t m
     if (status != ZAT_OK) return status;
     OswMsgQueue* record = maker.queue;
     record->serial = ++lastSerial;
-    zatCLBLstAdd(&oswMsgQueues.objects, record);
-    oswIndexAdd(byHandle, record->byHandle, oswWord(record), record);
+    oswAddObject(oswMsgQueues, *record);
     *queue = oswWord(record);
     maker.finish();
     return ZAT_OK;
@@ -90,8 +88,7 @@ ZatStatus zatOSWCreateMsgQueue(ZatMsgQueue* queue, uint32_t capacity, uint32_t m
 
 /* Under the queue lock: the queue of a handle, null when there is none. */
 static OswMsgQueue* findQueue(ZatMsgQueue handle) {
-    OswIndexNode* node = oswIndexFind(byHandle, handle);
-    return node == nullptr ? nullptr : static_cast<OswMsgQueue*>(node->record);
+    return oswFindObject<OswMsgQueue>(oswMsgQueues, handle);
 }
 
 ZatStatus zatOSWDeleteMsgQueue(ZatMsgQueue queue) {
@@ -102,8 +99,7 @@ ZatStatus zatOSWDeleteMsgQueue(ZatMsgQueue queue) {
     if (record == nullptr) return ZAT_OK;
     zatOSWDeleteCountSem(record->msgSem);
     if (!record->growable) zatOSWDeleteCountSem(record->slotSem);
-    zatCLBLstDelete(&oswMsgQueues.objects, record);
-    oswIndexRemove(byHandle, record->byHandle);
+    oswRemoveObject(oswMsgQueues, *record);
     lock.release();
     zatOSWOrgFreeMemPart(0, record->buffer);
     zatOSWOrgFreeMemPart(0, record);

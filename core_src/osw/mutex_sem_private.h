@@ -6,6 +6,7 @@
 #include <stddef.h>
 
 #include "clb/list.h"
+#include "osw/index_private.h"
 #include "osw/sem_grants_private.h"
 #include "osw/types.h"
 
@@ -21,6 +22,7 @@ struct OswMutexSem {
     /* Not part of the described record: */
     OswWaiting waiting;
     uint32_t standbys;
+    OswIndexNode byHandle;
 };
 
 static_assert(offsetof(OswMutexSem, valid) == 8 && offsetof(OswMutexSem, waiters) == 16 &&

@@ -14,6 +14,7 @@
 
 #include "osw/errno_private.h"
 #include "osw/fixed_lock.h"
+#include "osw/lock_private.h"
 
 /* Closes a file at the end of the scope. */
 class OpenFile {
@@ -21,7 +22,9 @@ class OpenFile {
     explicit OpenFile(int file) : file_(file) {}
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
+    /* Closing is where a task can be deleted: not in the middle of a destructor. */
     ~OpenFile() {
+        const OswUncancellable uncancellable;
         if (file_ >= 0) close(file_);
     }
 
@@ -108,19 +111,14 @@ static int32_t keepReady(const SocketList& list, const fd_set& result) {
 int32_t zatOSWOS2Select(int32_t* sockets, int32_t reads, int32_t writes, int32_t exceptions,
                         int32_t timeoutMs) {
     if (reads < 0 || writes < 0 || exceptions < 0 || reads + writes + exceptions <= 0 ||
-        sockets == nullptr) {
-        errno = EINVAL;
+        sockets == nullptr)
         return -1;
-    }
     int32_t* const all = sockets;
     SocketList read = {all, reads, {}};
     SocketList write = {all + reads, writes, {}};
     SocketList except = {all + reads + writes, exceptions, {}};
     int highest = -1;
-    if (!fill(read, highest) || !fill(write, highest) || !fill(except, highest)) {
-        errno = EBADF;
-        return -1;
-    }
+    if (!fill(read, highest) || !fill(write, highest) || !fill(except, highest)) return -1;
     timeval limit = {timeoutMs / 1000, timeoutMs % 1000 * 1000};
     const int result = select(highest + 1, read.wanted(), write.wanted(), except.wanted(),
                               timeoutMs == -1 ? nullptr : &limit);

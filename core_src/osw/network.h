@@ -43,9 +43,8 @@ ZATOSW_API ZatStatus inet_ntoa_r(const void* address, char* text);
  *                    there are some to be written: hand those over, too.
  * @param timeoutMs   milliseconds to wait; -1 = no limit
  *
- * @return the number of sockets that are ready; 0 when the time has run out; -1 on an error, with
- *         errno: when there are no sockets (EINVAL), or one that select() cannot take (EBADF), or
- * of select()
+ * @return the number of sockets that are ready; 0 when the time has run out; -1 on an error: there
+ *         are no sockets, or one that select() cannot take, or select() fails
  *
  * Blocks.
  */

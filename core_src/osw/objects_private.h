@@ -1,5 +1,6 @@
 /*
- * The four kinds of object that zatOSWInit prepares: a lock and the list that it guards.
+ * The four kinds of object that zatOSWInit prepares: a lock, and the list and the index of handles
+ * that it guards. A handle is the address of a record: only the index tells whether there is one.
  *
  * Lock order: a kind's lock before the internal mutex of one of its objects; the lock of the
  * message queues before that of the counting semaphores.
@@ -10,11 +11,34 @@
 #include <pthread.h>
 
 #include "clb/list.h"
+#include "osw/handle_private.h"
+#include "osw/index_private.h"
 
 struct OswObjectKind {
     pthread_mutex_t lock;
     ClbLstHead objects;
+    OswIndex byHandle;
 };
+
+/* Under the kind's lock. Records begin with links and have a node, byHandle. */
+template <class Record>
+void oswAddObject(OswObjectKind& kind, Record& record) {
+    zatCLBLstAdd(&kind.objects, &record);
+    oswIndexAdd(kind.byHandle, record.byHandle, oswWord(&record), &record);
+}
+
+template <class Record>
+void oswRemoveObject(OswObjectKind& kind, Record& record) {
+    zatCLBLstDelete(&kind.objects, &record);
+    oswIndexRemove(kind.byHandle, record.byHandle);
+}
+
+/* The record of a handle, null when there is none. */
+template <class Record>
+Record* oswFindObject(OswObjectKind& kind, ZatHandle handle) {
+    const OswIndexNode* node = oswIndexFind(kind.byHandle, handle);
+    return node == nullptr ? nullptr : static_cast<Record*>(node->record);
+}
 
 extern OswObjectKind oswEventSems;
 extern OswObjectKind oswMutexSems;

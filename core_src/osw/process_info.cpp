@@ -53,12 +53,15 @@ ZatStatus zatOSWGetProcessParams(char* parameters, uint32_t sizeBytes) {
     if (parameters == nullptr || sizeBytes == 0) return ZAT_FAILED;
     memset(parameters, 0, sizeBytes);
     if (!readCommandLine(line)) return ZAT_FAILED;
+    const char* separator = "";
     size_t written = 0;
-    for (const char* word = line.text + strlen(line.text) + 1;
-         word < line.end() && written < sizeBytes - 1; word += strlen(word) + 1) {
+    for (const char* word = line.text + strlen(line.text) + 1; word < line.end();
+         word += strlen(word) + 1) {
         const char* quote = strchr(word, ' ') != nullptr ? "\"" : "";
         written += static_cast<size_t>(
-            sprintf(parameters + written, "%s%s%s%s", written > 0 ? " " : "", quote, word, quote));
+            sprintf(parameters + written, "%s%s%s%s", separator, quote, word, quote));
+        if (written >= sizeBytes - 1) break;
+        separator = " ";
     }
     return ZAT_OK;
 }

@@ -4,20 +4,27 @@
 #ifndef ZATOSW_OSW_RECORDS_PRIVATE_H
 #define ZATOSW_OSW_RECORDS_PRIVATE_H
 
+#include <stdlib.h>
+
+#include "osw/errno_private.h"
 #include "osw/mem_part.h"
 
+/* Where the room for records is from. Reports of this process's own memory are not to be among what
+ * they tell of. */
+enum class OswRoomFrom { Heap, Partition0 };
+
 /*
- * Records of the process heap, for the life of a scope, which may end with the printing task. Room
- * is made without a lock: want of memory is fatal, and no message may be written under a lock
+ * Records for the life of a scope, which may end with the printing task. Room is made without a
+ * lock: want of memory in partition 0 is fatal, and no message may be written under a lock
  * semaphore.
  */
-template <class Record>
+template <class Record, OswRoomFrom from = OswRoomFrom::Heap>
 class OswRecords {
   public:
     OswRecords() = default;
     OswRecords(const OswRecords&) = delete;
     OswRecords& operator=(const OswRecords&) = delete;
-    ~OswRecords() { zatOSWOrgFreeMemPart(0, room_); }
+    ~OswRecords() { release(); }
 
     /* Under the lock: whether there is room for so many. */
     bool canHold(uint32_t count) {
@@ -25,17 +32,15 @@ class OswRecords {
         return count <= capacity_;
     }
 
-    /* Makes the room that was missing: ZAT_OK or a status of zatOSWOrgAllocMemPart(). */
+    /* Makes the room that was missing: ZAT_OK, ZAT_OSW_PART_EXHAUSTED or another status of
+     * zatOSWOrgAllocMemPart(). */
     ZatStatus grow() {
         /* Other processes may allocate blocks meanwhile. */
         const uint32_t capacity = wanted_ + 16;
         if (capacity > UINT32_MAX / sizeof(Record)) return ZAT_OSW_PART_EXHAUSTED;
-        zatOSWOrgFreeMemPart(0, room_);
-        room_ = nullptr;
-        capacity_ = 0;
-        const ZatStatus status =
-            zatOSWOrgAllocMemPart(0, &room_, capacity * static_cast<uint32_t>(sizeof(Record)));
-        if (status == ZAT_OK) capacity_ = capacity;
+        release();
+        const ZatStatus status = allocate(capacity * static_cast<uint32_t>(sizeof(Record)));
+        capacity_ = status == ZAT_OK ? capacity : 0;
         return status;
     }
 
@@ -49,6 +54,22 @@ class OswRecords {
     const Record* end() const { return data() + count_; }
 
   private:
+    ZatStatus allocate(uint32_t size) {
+        if constexpr (from == OswRoomFrom::Partition0)
+            return zatOSWOrgAllocMemPart(0, &room_, size);
+        const OswKeepErrno keepErrno;
+        room_ = malloc(size);
+        return room_ == nullptr ? ZatStatus{ZAT_OSW_PART_EXHAUSTED} : ZatStatus{ZAT_OK};
+    }
+
+    void release() {
+        if constexpr (from == OswRoomFrom::Partition0)
+            zatOSWOrgFreeMemPart(0, room_);
+        else
+            free(room_);
+        room_ = nullptr;
+    }
+
     Record* data() const { return static_cast<Record*>(room_); }
 
     void* room_ = nullptr;
@@ -61,8 +82,8 @@ class OswRecords {
 constexpr ZatStatus oswNeedsRoom = 0xFFFF0004;
 
 /* Looks, under the lock, until there is room for what is seen. */
-template <class Record, class Look>
-ZatStatus oswGather(OswRecords<Record>& records, Look look) {
+template <class Records, class Look>
+ZatStatus oswGather(Records& records, Look look) {
     for (;;) {
         ZatStatus status = look();
         if (status != oswNeedsRoom) return status;

@@ -1,10 +1,10 @@
 /*
  * What mutex, event and counting semaphores share: how they are entered, waited on and deleted.
  *
- * A record begins with links, valid, handoff and waiters and ends with cond, mutex, waiting and
- * standbys; its kind's list lock is taken before its internal mutex. A waiter gives the list lock
- * up while it sleeps, so a semaphore may be deleted meanwhile: the delete then only marks it
- * invalid and wakes everybody, and the last one to leave destroys it. Whether a waiter is the last,
+ * A record begins with links, valid, handoff and waiters and ends with cond, mutex, waiting,
+ * standbys and byHandle; its kind's list lock is taken before its internal mutex. A waiter gives
+ * the list lock up while it sleeps, so a semaphore may be deleted meanwhile: the delete then only
+ * marks it invalid and wakes everybody, and the last one to leave destroys it. Whether a waiter is the last,
  * and whether the semaphore is deleted, is decided while the internal mutex is held; a waiter that
  * is not the last does not touch the record again.
  *
@@ -36,13 +36,20 @@ struct OswSemLocks {
     OswLock inner;
 };
 
-/* Takes both locks of a semaphore that is not deleted. */
+/* Takes the list lock, under which there is the semaphore of a handle, not deleted. */
+template <class Sem>
+ZatStatus oswSemFind(Sem* sem, OswLock& list) {
+    OswObjectKind& kind = oswKindOf(sem);
+    if (const ZatStatus error = list.take(kind.lock); error != ZAT_OK) return error;
+    const bool isThere = oswFindObject<Sem>(kind, oswWord(sem)) != nullptr && sem->valid != 0;
+    return isThere ? ZatStatus{ZAT_OK} : ZatStatus{ZAT_FAILED};
+}
+
+/* The same, and takes its internal mutex. */
 template <class Sem>
 ZatStatus oswSemEnter(Sem* sem, OswSemLocks& locks) {
-    if (sem == nullptr) return ZAT_FAILED;
-    if (const ZatStatus error = locks.list.take(oswKindOf(sem).lock); error != ZAT_OK) return error;
-    if (!sem->valid) return ZAT_FAILED;
-    return locks.inner.take(sem->mutex);
+    const ZatStatus status = oswSemFind(sem, locks.list);
+    return status == ZAT_OK ? locks.inner.take(sem->mutex) : status;
 }
 
 /* Memory for a record from partition 0, once the library is up and the caller can be answered. */
@@ -71,7 +78,7 @@ ZatStatus oswSemPublish(Sem* sem, ZatHandle* handle) {
         oswReleaseRecord(sem);
         return error;
     }
-    zatCLBLstAdd(&oswKindOf(sem).objects, sem);
+    oswAddObject(oswKindOf(sem), *sem);
     *handle = oswWord(sem);
     return ZAT_OK;
 }
@@ -84,7 +91,7 @@ ZatStatus oswSemDestroy(Sem* sem, OswSemLocks& locks) {
         return static_cast<ZatStatus>(error);
     if (const int error = pthread_mutex_destroy(&sem->mutex); error != 0)
         return static_cast<ZatStatus>(error);
-    zatCLBLstDelete(&oswKindOf(sem).objects, sem);
+    oswRemoveObject(oswKindOf(sem), *sem);
     locks.list.release();
     oswReleaseRecord(sem);
     return ZAT_OK;

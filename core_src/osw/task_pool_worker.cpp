@@ -167,8 +167,8 @@ ZatStatus oswMakeWorker(OswTaskPool& pool, OswPoolWorker*& worker) {
     status =
         oswCreateJoinTask(&maker.worker->threadId, oswTaskName(name), pool.priority, pool.stackSize,
                           workerTask, -1, {{oswWord(&pool), oswWord(maker.worker)}}, abandonWorker);
+    status = oswCreated(status, maker.worker->threadId);
     if (status != ZAT_OK) return status;
-    if (maker.worker->threadId == 0) return ZAT_FAILED;
     worker = maker.worker;
     maker.worker = nullptr;
     oswMoveWorker(*worker, &pool.idle);

@@ -88,10 +88,8 @@ static void stopLayers() {
     zatOSWIpcTerm();
 }
 
-/* What the library itself has made; a second call finds it gone already. */
-static void releaseOwnObjects() {
-    if (internalEvent != 0) zatOSWDeleteEventSem(internalEvent);
-    internalEvent = 0;
+/* A second call finds it gone already. */
+static void releaseMainTask() {
     OswLock lock(oswRegistryLock);
     OswTaskRecord* main = oswOldestTask(mainThread);
     if (main == nullptr || !main->permanent) return;
@@ -100,7 +98,7 @@ static void releaseOwnObjects() {
 }
 
 /* An initialisation under way; undone at the end of the scope unless it was finished, also when a
- * fatal message ends the task. */
+ * fatal message ends the task. The internal event stays: the next attempt makes its own. */
 class BringUp {
   public:
     BringUp() { initialising = 1; }
@@ -109,7 +107,7 @@ class BringUp {
     ~BringUp() {
         initialising = 0;
         if (!hasLocks_) return;
-        releaseOwnObjects();
+        releaseMainTask();
         emptyLists();
         destroyKindLocks(kindCount);
     }
@@ -153,6 +151,8 @@ ZatStatus zatOSWTerm(void) {
     if (initialised.load(std::memory_order_acquire) == 0) return ZAT_OK;
     stopLayers();
     OswLock lock(initLock);
-    releaseOwnObjects();
+    if (internalEvent != 0) zatOSWDeleteEventSem(internalEvent);
+    internalEvent = 0;
+    releaseMainTask();
     return ZAT_OK;
 }

@@ -87,9 +87,11 @@ TEST(OwnProcess, KnowsItsNameAndArguments) {
     char all[600], first[600];
     EXPECT_EQ(zatOSWGetProcessParams(all, 256), ZAT_OK);
     EXPECT_EQ(std::string(all).substr(0, 15), "--gtest_filter=");
-    EXPECT_EQ(zatOSWGetProcessParams(first, 10), ZAT_OK);
-    EXPECT_EQ(std::string(all).substr(0, strlen(first)), first);
-    EXPECT_EQ(strcspn(all, " "), strlen(first)) << "the one that reaches the size is whole";
+    for (const uint32_t size : {1u, 10u}) {
+        EXPECT_EQ(zatOSWGetProcessParams(first, size), ZAT_OK);
+        EXPECT_EQ(std::string(all).substr(0, strlen(first)), first);
+        EXPECT_EQ(strcspn(all, " "), strlen(first)) << "the one that reaches the size is whole";
+    }
     EXPECT_EQ(zatOSWGetProcessParams(all, 0), ZAT_FAILED);
     listen();
     setenv("LAST", "one %s", 1);
@@ -135,6 +137,13 @@ TEST(Sockets, AreConnectedInTimeOrNot) {
     const uint32_t loopback = htonl(INADDR_LOOPBACK);
     EXPECT_EQ(inet_ntoa_r(&loopback, text), ZAT_OK);
     EXPECT_STREQ(text, "127.0.0.1");
+    Worker deleted([] {
+        zatOSWDeleteTask(pthread_self());
+        zatOSWGetHostId();
+        pthread_testcancel();
+        return ZatStatus{ZAT_OK};
+    });
+    EXPECT_EQ(deleted.join(), 0xFFFFFFFF) << "its deletion does not end the process";
     const uint32_t host = zatOSWGetHostId();
     EXPECT_NE(host, 0u);
 }

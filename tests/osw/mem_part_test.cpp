@@ -144,8 +144,10 @@ TEST(DeletePartition, RemovesTheSemaphoreOnlySoThatCallsDoNothing) {
     EXPECT_EQ(semaphoreOf(before), -1);
     EXPECT_EQ(zatOSWDeleteMemPart(partition.id), ZAT_FAILED);
     EXPECT_EQ(zatOSWDeleteMemPart(0), ZAT_FAILED);
+    errno = 4711;
     EXPECT_EQ(zatOSWSysFreeMemPart(partition.id, block), ZAT_OK);
     EXPECT_EQ(zatOSWOrgFreeMemPart(partition.id, block), ZAT_OK);
+    EXPECT_EQ(errno, 4711);
     EXPECT_EQ(partition.largestFree(), 0xDEADu) << "nothing is written";
     uint32_t size = 0xDEAD;
     EXPECT_NE(zatOSWSysGetAllocSizeMemPart(partition.id, block, &size), ZAT_OK);

@@ -13,11 +13,12 @@
 
 static std::function<void(ZatEventSem event, ZatStatus status)> afterWait;
 
+static const auto realWait =
+    reinterpret_cast<decltype(&zatOSWWaitEventSem)>(dlsym(RTLD_NEXT, "zatOSWWaitEventSem"));
+
 /* In place of the library's, which calls it through the dynamic linker. */
 ZatStatus zatOSWWaitEventSem(ZatEventSem event, ZatTimeoutMs timeoutMs) {
-    static const auto real =
-        reinterpret_cast<decltype(&zatOSWWaitEventSem)>(dlsym(RTLD_NEXT, "zatOSWWaitEventSem"));
-    const ZatStatus status = real(event, timeoutMs);
+    const ZatStatus status = realWait(event, timeoutMs);
     if (const auto call = afterWait) call(event, status);
     return status;
 }
@@ -111,6 +112,33 @@ TEST_F(Timer, AResetBeginsTheIntervalAgain) {
     EXPECT_GE(calls[0].atMs, resetMs + 399);
     EXPECT_TRUE(isIdle());
     EXPECT_EQ(count, 1);
+}
+
+TEST_F(Timer, GoesByTheLastCallBeforeItLooks) {
+    const auto starts = [this] { EXPECT_EQ(start(1), ZAT_OK); };
+    const auto stops = [this] { EXPECT_EQ(zatOSWStopTimer(timer), ZAT_OK); };
+    const auto resets = [this] { EXPECT_EQ(zatOSWResetTimer(timer), ZAT_OK); };
+    const struct {
+        std::function<void()> wakes, follows;
+        int times;
+    } cases[] = {{resets, starts, 1},
+                 {resets, resets, 0},
+                 {starts, stops, 0},
+                 {starts, resets, 1},
+                 {starts, [=] { stops(), starts(); }, 1},
+                 {starts, [=] { stops(), resets(); }, 0}};
+    const ZatEventSem startEvent = recordOf<OswTimerRecord>(timer).startEvent;
+    for (const auto& step : cases) {
+        Shared<int> woken;
+        afterWait = [&](ZatEventSem event, ZatStatus) {
+            if (event == startEvent && ++woken == 1) step.follows();
+        };
+        const int before = count;
+        step.wakes();
+        EXPECT_TRUE(waitFor([&] { return woken > 0; }) && isIdle());
+        EXPECT_EQ(count - before, step.times) << &step - cases;
+        afterWait = nullptr;
+    }
 }
 
 TEST_F(Timer, AStartWhileItRunsOrCallsIsForTheNextTime) {

@@ -60,6 +60,20 @@ class WaitFrame : public testing::Test {
 
 TYPED_TEST_SUITE(WaitFrame, SemKinds);
 
+TYPED_TEST(WaitFrame, AHandleOfADeletedOneIsNobodys) {
+    const ZatHandle old = this->handle;
+    EXPECT_EQ(this->remove(), ZAT_OK);
+    alignas(8) static uint8_t other[256];
+    memset(other, 1, sizeof other);
+    for (const ZatHandle gone : {old, ZatHandle{0}, wordOf(other)}) {
+        EXPECT_EQ(TypeParam::wait(gone, 0), ZAT_FAILED);
+        EXPECT_EQ(TypeParam::give(gone), ZAT_FAILED);
+        EXPECT_EQ(TypeParam::remove(gone), ZAT_FAILED);
+        EXPECT_EQ(zatOSWResetEventSem(gone), ZAT_FAILED);
+    }
+    EXPECT_EQ(std::count(other, other + sizeof other, 1), long{sizeof other});
+}
+
 TYPED_TEST(WaitFrame, TimesOut) {
     Worker other([this] {
         EXPECT_EQ(this->wait(0), ZAT_TIMED_OUT);

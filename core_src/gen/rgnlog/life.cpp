@@ -45,8 +45,8 @@ struct RegionWish {
 static ZatStatus make(int32_t id, const char* name, uint32_t mask, const RegionWish& wish) {
     if (const ZatStatus status = zatOSWInit(); status != ZAT_OK) return status;
     const OswKeepErrno keepErrno;
-    if (id == genNoRegion || name == nullptr || !wish.isPossible()) return ZAT_FAILED;
     if (genAtRegion(id, [](const GenRegion&) {}) == ZAT_OK) return ZAT_GEN_LOG_EXISTS;
+    if (id == genNoRegion || name == nullptr || !wish.isPossible()) return ZAT_FAILED;
     RegionMaker maker;
     ZatStatus status = genNewRegion(name, maker.region);
     if (status != ZAT_OK) return status;

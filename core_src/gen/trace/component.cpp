@@ -9,32 +9,27 @@
 #include "clb/text.h"
 #include "gen/trace/component_private.h"
 #include "gen/trace/log_environment_private.h"
+#include "osw/mem_header_private.h"
 #include "osw/mem_part.h"
-
-static constexpr int32_t firstCount = 2;
 
 static zatGENTrcComp firstOthers = {ZAT_GEN_OTHERS, 0, 0, 0, 0, 0, 0, ZAT_GEN_DUMP_SIZE, "OTHERS"};
 static zatGENTrcComp firstSystem = {ZAT_GEN_SYSTEM, 0, 0, 0, 0, 0, 0, ZAT_GEN_DUMP_SIZE, "SYSTEM"};
-static zatGENTrcComp* firstRecords[firstCount] = {&firstOthers, &firstSystem};
+static zatGENTrcComp* firstRecords[] = {&firstOthers, &firstSystem};
+static const GenComponents firstComponents = {2, firstRecords};
 
-GenRegistry genRegistry = {firstRecords, firstCount, &firstSystem, &firstOthers, {}};
+GenRegistry genRegistry = {&firstComponents, &firstSystem, &firstOthers, {}};
 
-static int32_t countNow() {
-    return __atomic_load_n(&genRegistry.count, __ATOMIC_ACQUIRE);
-}
-
-static void setCount(int32_t count) {
-    __atomic_store_n(&genRegistry.count, count, __ATOMIC_RELEASE);
-}
+/* Those before the ones in place: a message may still be looking at them. */
+static const GenComponents* lastComponents = &firstComponents;
 
 /* Where the record with the id is, or would have to be inserted. */
-static int32_t positionOf(uint32_t id) {
+static int32_t positionOf(const GenComponents& components, uint32_t id) {
     const auto key = static_cast<int32_t>(id);
     int32_t low = 0;
-    int32_t high = countNow();
+    int32_t high = components.count;
     while (low < high) {
         const int32_t middle = (low + high) / 2;
-        if (static_cast<int32_t>(genRegistry.records[middle]->id) < key)
+        if (static_cast<int32_t>(components.records[middle]->id) < key)
             low = middle + 1;
         else
             high = middle;
@@ -43,60 +38,72 @@ static int32_t positionOf(uint32_t id) {
 }
 
 zatGENTrcComp* genSearch(uint32_t id) {
-    const int32_t at = positionOf(id);
-    if (at == countNow()) return nullptr;
-    zatGENTrcComp* record = genRegistry.records[at];
+    const GenComponents& components = genComponents();
+    const int32_t at = positionOf(components, id);
+    if (at == components.count) return nullptr;
+    zatGENTrcComp* record = components.records[at];
     return record->id == id ? record : nullptr;
 }
 
-/* Room for so many records more; false when there is none, and the registry is as it was. */
-static bool grow(uint32_t more) {
-    const uint64_t wanted =
-        (static_cast<uint64_t>(genRegistry.count) + more) * sizeof(zatGENTrcComp*);
-    const auto size = static_cast<uint32_t>(std::min<uint64_t>(wanted, UINT32_MAX));
-    const bool isFirst = genRegistry.records == firstRecords;
-    void* memory = nullptr;
-    const ZatStatus status = isFirst
-                                 ? zatOSWOrgAllocMemPart(0, &memory, size)
-                                 : zatOSWOrgReAllocMemPart(0, &memory, genRegistry.records, size);
-    if (status != ZAT_OK) return false;
-    auto** records = static_cast<zatGENTrcComp**>(memory);
-    if (isFirst) std::copy_n(firstRecords, firstCount, records);
-    __atomic_store_n(&genRegistry.records, records, __ATOMIC_RELEASE);
-    return true;
+static void freeComponents(const GenComponents* components) {
+    if (components != &firstComponents)
+        zatOSWOrgFreeMemPart(0, const_cast<GenComponents*>(components));
 }
 
-/* Registers one record, for which there is room. */
-static void place(zatGENTrcComp* record) {
-    const int32_t count = genRegistry.count;
-    const int32_t at = positionOf(record->id);
-    zatGENTrcComp** slot = genRegistry.records + at;
-    if (at == count || (*slot)->id != record->id) {
-        zatGENTrcComp** end = genRegistry.records + count;
+/* Those in place, and room for so many more; null when there is no memory. */
+static GenComponents* copyComponents(uint32_t more) {
+    const GenComponents& now = genComponents();
+    const uint64_t records = static_cast<uint64_t>(now.count) + more;
+    const auto size = static_cast<uint32_t>(
+        std::min<uint64_t>(sizeof now + records * sizeof *now.records, UINT32_MAX));
+    void* memory = nullptr;
+    if (!oswHasRoom(size) || zatOSWOrgAllocMemPart(0, &memory, size) != ZAT_OK) return nullptr;
+    auto* copy = static_cast<GenComponents*>(memory);
+    *copy = {now.count, reinterpret_cast<zatGENTrcComp**>(copy + 1)};
+    std::copy_n(now.records, now.count, copy->records);
+    return copy;
+}
+
+/* Adds a record, for which there is room; it takes the place of one with its id. */
+static void place(GenComponents& components, zatGENTrcComp* record) {
+    zatGENTrcComp** slot = components.records + positionOf(components, record->id);
+    zatGENTrcComp** end = components.records + components.count;
+    if (slot == end || (*slot)->id != record->id) {
         std::move_backward(slot, end, end + 1);
-        setCount(count + 1);
+        ++components.count;
     }
     *slot = record;
+}
+
+/* Lets messages find a record the short way. */
+static void noteRecord(zatGENTrcComp* record) {
     zatGENTrcComp*& shortcut = genShortcut(record->id);
     if (shortcut == nullptr || shortcut->id == record->id) shortcut = record;
     if (record->id == ZAT_GEN_SYSTEM) genRegistry.system = record;
     if (record->id == ZAT_GEN_OTHERS) genRegistry.others = record;
 }
 
+static void putInPlace(const GenComponents* components) {
+    freeComponents(lastComponents);
+    lastComponents = __atomic_exchange_n(&genRegistry.components, components, __ATOMIC_ACQ_REL);
+}
+
 void genRegister(zatGENTrcComp* table, uint32_t count) {
-    if (!grow(count)) return;
+    GenComponents* components = copyComponents(count);
+    if (components == nullptr) return;
     for (uint32_t i = 0; i < count; ++i)
-        place(&table[i]);
+        place(*components, &table[i]);
+    putInPlace(components);
+    for (uint32_t i = 0; i < count; ++i)
+        noteRecord(&table[i]);
 }
 
 void genRegistryReset() {
-    zatGENTrcComp** records = genRegistry.records;
     memset(genRegistry.shortcuts, 0, sizeof genRegistry.shortcuts);
-    setCount(firstCount);
-    genRegistry.records = firstRecords;
     firstRecords[0] = genRegistry.others = &firstOthers;
     firstRecords[1] = genRegistry.system = &firstSystem;
-    if (records != firstRecords) zatOSWOrgFreeMemPart(0, records);
+    putInPlace(&firstComponents);
+    putInPlace(&firstComponents);
 }
 
 ZatStatus zatGENAddTraceId(zatGENTrcComp* table, uint32_t count) {
@@ -115,8 +122,9 @@ zatGENTrcComp* zatGENGetTrcMaskById(uint32_t component) {
 
 zatGENTrcComp* zatGENGetTrcMaskByName(const char* name) {
     if (name == nullptr) return nullptr;
-    for (int32_t i = 0; i < countNow(); ++i) {
-        zatGENTrcComp* record = genRegistry.records[i];
+    const GenComponents& components = genComponents();
+    for (int32_t i = 0; i < components.count; ++i) {
+        zatGENTrcComp* record = components.records[i];
         if (record->name != nullptr && zatCLBCompStrCase(record->name, name) == 0) return record;
     }
     return nullptr;
@@ -124,7 +132,7 @@ zatGENTrcComp* zatGENGetTrcMaskByName(const char* name) {
 
 ZatStatus zatGENGetTrcCompNum(int32_t* count) {
     if (count == nullptr) return ZAT_FAILED;
-    *count = countNow();
+    *count = genComponents().count;
     return ZAT_OK;
 }
 

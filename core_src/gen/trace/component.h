@@ -55,7 +55,7 @@ ZATOSW_STATIC_ASSERT(offsetof(zatGENTrcComp, prnmask) == 4 &&
  *
  * A component whose id is registered already takes the place of the earlier record, SYSTEM and
  * OTHERS included. Registration is meant for start-up: it takes no lock, so no other task may
- * register meanwhile.
+ * register meanwhile. Others may trace.
  *
  * GEN_USRLOG_ENV is a list of entries "component,lines,width,name" separated by '/'; what is
  * missing is 100 lines, 80 characters, and the component's name as typed with "_LOG" behind it.

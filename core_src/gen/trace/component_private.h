@@ -1,9 +1,10 @@
 /*
  * The registry of components: records of others, by pointer, sorted by signed id.
  *
- * Nobody guards it: registration is for start-up. A message may still be under way while the
- * library comes up, so the array is there before the count that lets others use it. Whoever calls
- * what may register in turn keeps no position in the array across the call.
+ * Nobody guards it: registration is for start-up. But messages may be under way, also when a
+ * library that is loaded later registers its own: a registration makes an array anew and puts it in
+ * place as a whole, and the one before it stays until the next. Whoever calls what may register in
+ * turn keeps no position in the array across the call.
  */
 #ifndef ZATOSW_GEN_TRACE_COMPONENT_PRIVATE_H
 #define ZATOSW_GEN_TRACE_COMPONENT_PRIVATE_H
@@ -13,10 +14,14 @@
 constexpr uint32_t genHighestLevel = 15; /* its bits are those of a level */
 constexpr uint16_t genAllLevels = 0xFFFF;
 
+struct GenComponents {
+    int32_t count;
+    zatGENTrcComp** records;
+};
+
 struct GenRegistry {
     static constexpr uint32_t shortcutBits = 11;
-    zatGENTrcComp** records;
-    int32_t count;
+    const GenComponents* components;
     /* The two that are asked for most; they are in the array, too. */
     zatGENTrcComp* system;
     zatGENTrcComp* others;
@@ -26,6 +31,10 @@ struct GenRegistry {
 };
 
 extern GenRegistry genRegistry;
+
+inline const GenComponents& genComponents() {
+    return *__atomic_load_n(&genRegistry.components, __ATOMIC_ACQUIRE);
+}
 
 inline zatGENTrcComp*& genShortcut(uint32_t id) {
     return genRegistry.shortcuts[id * 2654435769u >> (32 - GenRegistry::shortcutBits)];

@@ -51,9 +51,8 @@ ZATOSW_STATIC_ASSERT(offsetof(ZatGenLogFileHead, time) == 12 && sizeof(ZatGenLog
  * @param path   file to write, or to write anew
  *
  * @return 0   saved
- * @return -1  no such region, or it could not be locked (errno ENOENT), no memory for its records
- *             (ENOMEM), or the file could not be written, of which errno says why; what was written
- *             of it stays
+ * @return -1  path is null, there is no such region, or it could not be locked, no memory for its
+ *             records, or the file could not be written; what was written of it stays
  *
  * Waits while another task or process holds the region's lock, and for the file, without that lock.
  * What a region without a lock holds must not be changed meanwhile. May be called from any task,

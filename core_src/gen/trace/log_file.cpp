@@ -1,6 +1,5 @@
 /* Region logs saved in files. */
 
-#include <errno.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -11,6 +10,7 @@
 #include "gen/file_private.h"
 #include "gen/rgnlog/region_log.h"
 #include "gen/trace/listing.h"
+#include "osw/errno_private.h"
 #include "osw/freed_private.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
@@ -74,27 +74,17 @@ static bool readAll(int32_t id, uint32_t room, Records& records) {
 /* Under the region's lock, which is given back before anything is written: a file may be slow. */
 static bool readRecords(int32_t id, Records& records) {
     RgnLogHeader ring = {};
-    if (zatGENGetRgnHeader(id, &ring) != ZAT_OK) {
-        errno = ENOENT;
-        return false;
-    }
+    if (zatGENGetRgnHeader(id, &ring) != ZAT_OK) return false;
     records.length = 0;
     records.bytes.reset(static_cast<uint8_t*>(zatOSWOrgMalloc(ring.size)));
-    if (records.bytes == nullptr) {
-        errno = ENOMEM;
-        return false;
-    }
+    if (records.bytes == nullptr) return false;
     const LockedLog log(id);
-    if (log.isHeld() && readAll(id, ring.size, records)) return true;
-    errno = ENOENT;
-    return false;
+    return log.isHeld() && readAll(id, ring.size, records);
 }
 
 int32_t zatGENTrcCreateLogFile(int32_t logId, const char* path) {
-    if (path == nullptr) {
-        errno = EINVAL;
-        return -1;
-    }
+    if (path == nullptr) return -1;
+    const OswKeepErrno keepErrno;
     /* Files are where a task can be deleted, and a file half written is of no use. */
     const OswUncancellable uncancellable;
     GenFile file(fopen(path, "wb+"));

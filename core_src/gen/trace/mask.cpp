@@ -12,9 +12,10 @@ static void change(zatGENTrcComp& component, Mask mask, uint32_t keep, uint32_t 
 }
 
 static void changeAll(Mask mask, uint32_t keep, uint32_t set) {
-    for (int32_t i = 0; i < genRegistry.count; ++i)
-        if (genRegistry.records[i]->id != ZAT_GEN_SYSTEM)
-            change(*genRegistry.records[i], mask, keep, set);
+    const GenComponents& components = genComponents();
+    for (int32_t i = 0; i < components.count; ++i)
+        if (components.records[i]->id != ZAT_GEN_SYSTEM)
+            change(*components.records[i], mask, keep, set);
 }
 
 template <Mask mask>

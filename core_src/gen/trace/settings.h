@@ -41,7 +41,7 @@ ZATOSW_API ZatStatus zatGENTrcInit(void);
  *
  * @return ZAT_OK  always
  *
- * No other task may register or add meanwhile, and no hook or user function may call this.
+ * No other task may trace, register or add meanwhile, and no hook or user function may call this.
  */
 ZATOSW_API ZatStatus zatGENTrcTerm(void);
 

@@ -10,13 +10,19 @@ static int32_t regionOf(uint32_t id) {
     return static_cast<int32_t>(id);
 }
 
-bool genLogExists(uint32_t id) {
-    return id != ZAT_GEN_NO_LOG_ID && zatGENGetRgnLogInfo(regionOf(id))->id == regionOf(id);
+/* Null when there is none: the record of no region is everybody's, and may hold anything. */
+static const RgnLogInfo* infoOf(uint32_t id) {
+    const RgnLogInfo* info = zatGENGetRgnLogInfo(regionOf(id));
+    return id != ZAT_GEN_NO_LOG_ID && info->id == regionOf(id) ? info : nullptr;
 }
 
-/* That of no region is 0. */
+bool genLogExists(uint32_t id) {
+    return infoOf(id) != nullptr;
+}
+
 bool genLogTakes(uint32_t id, uint32_t level) {
-    return (zatGENGetRgnLogInfo(regionOf(id))->mask >> level & 1) != 0;
+    const RgnLogInfo* info = infoOf(id);
+    return info != nullptr && (info->mask >> level & 1) != 0;
 }
 
 void genMakeLog(const zatGENTrcLogDef& log) {
@@ -32,7 +38,7 @@ void genMakeLog(const zatGENTrcLogDefEx& log) {
 }
 
 static ZatStatus write(uint32_t id, const RgnLogPiece* pieces, uint32_t count) {
-    ZatClock time;
+    ZatClock time = {}; /* a clock that cannot be read is 0 */
     zatOSWGetClock(&time);
     return zatGENWriteRgnLogs(regionOf(id), &time, pieces, count);
 }

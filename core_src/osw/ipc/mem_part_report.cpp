@@ -46,16 +46,18 @@ static_assert(sizeof(IpcMemPartBlock) == 24 && offsetof(IpcMemPartBlock, id) == 
               offsetof(IpcMemPartBlock, offset) == 8 && offsetof(IpcMemPartBlock, address) == 12 &&
               offsetof(IpcMemPartBlock, reqSize) == 16 && offsetof(IpcMemPartBlock, size) == 20);
 
+using BlockRecords = OswRecords<IpcMemPartBlock, OswRoomFrom::Partition0>;
+
 struct SharedPartReport {
     IpcMemPartSnap snap;
     OswPartSurvey seen;
-    OswRecords<IpcMemPartBlock> blocks;
+    BlockRecords blocks;
 };
 
 struct ListReport {
     uint32_t shmBytes;
     uint32_t shmPeak;
-    OswRecords<IpcMemPartSnap> parts;
+    OswRecords<IpcMemPartSnap, OswRoomFrom::Partition0> parts;
 };
 
 static IpcMemPartSnap takeSnap(const IpcHandle& handle) {
@@ -80,7 +82,7 @@ static OswPartSurvey survey(const ShmHeap& heap) {
     return seen;
 }
 
-static void addBlocks(const ShmHeap& heap, OswRecords<IpcMemPartBlock>& blocks) {
+static void addBlocks(const ShmHeap& heap, BlockRecords& blocks) {
     uint32_t number = 0;
     ShmBlockWalk walk(heap);
     while (walk.next()) {
@@ -128,7 +130,7 @@ static ZatStatus lookAtList(ListReport& report) {
     return ZAT_OK;
 }
 
-static void printBlocks(const OswReportOutput& to, const OswRecords<IpcMemPartBlock>& blocks) {
+static void printBlocks(const OswReportOutput& to, const BlockRecords& blocks) {
     OSW_PRINT(to, "memory block offset & size:\n");
     OSW_PRINT(to, " blk-no blk-id  offset  req-size blk-size\n");
     OSW_PRINT(to, " ------ ------ -------- -------- --------\n");

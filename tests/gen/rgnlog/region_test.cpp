@@ -44,7 +44,8 @@ TEST(Region, HasTheSizeThatIsAskedFor) {
 TEST(Region, RecordsWhileItIsStarted) {
     uint32_t word = 0, position = ZAT_GEN_OLDEST, length = 4711;
     ASSERT_EQ(zatGENCreateRgnLog(7, "log", 0, 256, 8, 0, 0, 0) + write(7, "dropped"), ZAT_OK);
-    EXPECT_EQ(zatGENCreateRgnLog(7, "other", 0, 256, 8, 0, 0, 0), ZAT_GEN_LOG_EXISTS);
+    for (const int32_t size : {256, 0})
+        EXPECT_EQ(zatGENCreateRgnLog(7, "other", 0, size, 8, 0, 0, 0), ZAT_GEN_LOG_EXISTS);
     EXPECT_EQ(zatGENStartRgnLog(7) + write(7, "one") + write(7, "two and three"), ZAT_OK);
     EXPECT_EQ(write(7, "") + zatGENStopRgnLog(7) + write(7, "dropped") + write(8, "x"), ZAT_OK);
     EXPECT_EQ(recordsOf(7), (Texts{"one", "two and "}));

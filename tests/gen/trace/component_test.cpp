@@ -10,8 +10,7 @@
 #include <vector>
 
 #include "gen/trace/mask.h"
-#include "osw/init.h"
-#include "support/support.h"
+#include "osw/worker.h"
 
 namespace {
 
@@ -67,6 +66,26 @@ TEST(Registry, FindsRandomComponentsInSignedOrder) {
     }
     for (const auto& [name, component] : lowest)
         EXPECT_EQ(zatGENGetTrcMaskByName(name.c_str()), component);
+}
+
+TEST(Registry, GrowsWhileOthersTrace) {
+    Shared<int> ends;
+    const auto trace = [&] {
+        for (uint32_t id = 1; ends == 0; id = id * 3 + 1)
+            zatGENTrcPrintf(id, ZAT_GEN_TRACE, 0, "nobody listens");
+        return ZatStatus{ZAT_OK};
+    };
+    Worker first(trace), second(trace);
+    std::vector<zatGENTrcComp> components(emulated() ? 300 : 4000);
+    for (zatGENTrcComp& component : components) {
+        component.id = static_cast<uint32_t>(&component - components.data()) * 7 + 1;
+        component.name = "";
+        zatGENAddTraceId(&component, 1);
+    }
+    ends = 1;
+    const int32_t count = componentCount();
+    EXPECT_EQ(zatGENAddTraceId(components.data(), 0xFFFFFFFF), ZAT_OK) << "no such memory";
+    EXPECT_EQ(componentCount(), count);
 }
 
 using Mask = uint16_t zatGENTrcComp::*;

@@ -52,6 +52,10 @@ void genWriteLog(uint32_t id, const char* prefix, const char* text) {
     ask("%x<%s%s", id, prefix, text);
 }
 
+bool oswHasRoom(uint32_t) {
+    return true;
+}
+
 /* There are none here. */
 ZatGenPrintFunc genPrintHook;
 ZatGenDumpLogFunc genDumpLogHook;
