@@ -87,7 +87,9 @@ TEST(PartitionReport, ShowsBlocksFiguresAndFaults) {
     const auto report = [=](uint32_t verbose) {
         return printedBy([=] { zatOSWShowMemPartBlockInfo(component, 3, part, verbose); });
     };
+    const uint32_t peak = infoOf(0).memPeak;
     Lines lines = report(1);
+    EXPECT_EQ(infoOf(0).memPeak, peak) << "what it takes itself is not counted";
     ASSERT_EQ(lines.size(), 17u);
     EXPECT_EQ(lines[3], "  < no memory block allocated >\n");
     EXPECT_EQ(lines[6], format("mem part info: 0x%08x     4096     4064\n", part));

@@ -119,8 +119,7 @@ struct Figures {
     long memoryKb, files, threads, systemV;
 
     bool exceeds(const Figures& others) const {
-        const bool isMeasured = !emulated() && getenv("ZATOSW_WRAPPER") == nullptr;
-        return (isMeasured && memoryKb > others.memoryKb + playKb) || files > others.files ||
+        return (!isSlow() && memoryKb > others.memoryKb + playKb) || files > others.files ||
                threads > others.threads || systemV > others.systemV;
     }
 };

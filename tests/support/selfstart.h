@@ -53,7 +53,8 @@ pid_t spawnSelf(const std::string& role, const std::vector<std::string>& argumen
  */
 int waitForExit(pid_t child, uint64_t limitMs = 30000);
 
-/** Kills a child, and reaps it; nothing that is none, which kill() would take for many processes. */
+/** Kills a child, and reaps it; nothing that is none, which kill() would take for many processes.
+ */
 void killAndReap(pid_t child);
 
 /** Runs the role that the command line asks for; -1 if it asks for none. */

@@ -29,6 +29,10 @@ bool emulated() {
     return flag != nullptr && std::strcmp(flag, "1") == 0;
 }
 
+bool isSlow() {
+    return emulated() || std::getenv("ZATOSW_WRAPPER") != nullptr;
+}
+
 int systemVObjects() {
     if (std::getenv("ZATOSW_SHARED_IPC") != nullptr) return 0;
     seminfo semaphores = {};

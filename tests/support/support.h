@@ -19,6 +19,9 @@ uint32_t testSeed();
 /** True where the machine is emulated: time passes more slowly there. */
 bool emulated();
 
+/** True where time passes slowly: emulated, or under a checker. */
+bool isSlow();
+
 /** System V objects of the test's name space; 0 where it has none of its own. */
 int systemVObjects();
 

@@ -141,7 +141,6 @@ TEST(SharedRegion, IsWrittenBySomeAndReadByAnother) {
 }
 
 TEST(SharedRegion, OutlivesKilledWriters) {
-    const bool isSlow = emulated() || getenv("ZATOSW_WRAPPER") != nullptr;
     std::mt19937 random(testSeed());
     /* Room for the longest text: one that was cut would not tell its length. */
     const auto area = static_cast<uint32_t>(144 + random() % 60 * 8);
@@ -149,20 +148,20 @@ TEST(SharedRegion, OutlivesKilledWriters) {
     ASSERT_EQ(start(area, 0), 0u);
     Peer other;
     other.begin(writeForEver, area);
-    for (int i = 0; i < (isSlow ? 12 : 200) && !HasFailure(); ++i) {
+    for (int i = 0; i < (isSlow() ? 12 : 200) && !HasFailure(); ++i) {
         Peer writer;
         if (i % 4 < 2) {
             EXPECT_EQ(writer(start, area) + writer(lock), 0u);
         } else {
             writer.begin(writeForEver, area);
-            usleep(useconds_t(random() % (isSlow ? 400000 : 20000)));
+            usleep(useconds_t(random() % (isSlow() ? 400000 : 20000)));
         }
         const bool isReaped = i % 2 == 0;
         isReaped ? writer.kill() : writer.signal(SIGKILL);
         const Stopwatch stopwatch;
         EXPECT_EQ(write(1, 0), 0u);
         EXPECT_GT(look(), 0u);
-        EXPECT_LT(stopwatch.elapsedMs(), isSlow ? 8000u : 2000u);
+        EXPECT_LT(stopwatch.elapsedMs(), isSlow() ? 8000u : 2000u);
         if (!isReaped) writer.kill();
     }
     other.kill();

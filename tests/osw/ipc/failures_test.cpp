@@ -119,11 +119,10 @@ const SelfRole initRole("init-under-fault", initUnderFault);
 TEST(FailedInit, SaysWhyAndLeavesNothing) {
     if (getenv("ZATOSW_SHARED_IPC") != nullptr) GTEST_SKIP() << "others may be up";
     std::filesystem::create_directories(getenv("GEN_MSGQ_PATH"));
-    const bool isSlow = emulated() || getenv("ZATOSW_WRAPPER") != nullptr;
     for (const auto& [call, statuses] : systemCalls) {
         int failures = 0;
         int result = 1;
-        for (int at = 1; result == 1 && at <= 60; at += isSlow ? 7 : 1) {
+        for (int at = 1; result == 1 && at <= 60; at += isSlow() ? 7 : 1) {
             result =
                 waitForExit(spawnSelf("init-under-fault", {call, std::to_string(at), "for ever"}));
             EXPECT_LE(result, 1) << call << " number " << at;

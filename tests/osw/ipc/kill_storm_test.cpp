@@ -138,9 +138,8 @@ void weather(int round, int kills, std::mt19937& random) {
 }
 
 TEST(KillStorm, LeavesTheSurvivorInWorkingOrder) {
-    const bool slow = emulated() || getenv("ZATOSW_WRAPPER") != nullptr;
-    const int rounds = slow ? 2 : 25;
-    const int kills = slow ? 20 : 400;
+    const int rounds = isSlow() ? 2 : 25;
+    const int kills = isSlow() ? 20 : 400;
     std::mt19937 random(testSeed());
     for (int round = 0; round < rounds && !HasFailure(); ++round)
         weather(round, kills, random);

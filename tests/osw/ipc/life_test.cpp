@@ -198,7 +198,7 @@ TEST(SharedLayer, IsCleanedUpByTheLastProcessThatIsNotKilled) {
 TEST(SharedLayer, ComesUpWhileTheLastProcessBeforeItTerminates) {
     Peer peers[3];
     for (Peer& peer : peers)
-        peer.begin(comeAndGo, emulated() ? 50 : 2000);
+        peer.begin(comeAndGo, isSlow() ? 50 : 2000);
     for (Peer& peer : peers)
         EXPECT_EQ(peer.end(), ZAT_OK);
     EXPECT_EQ(systemVObjects(), 0);
