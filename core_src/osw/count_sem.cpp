@@ -38,17 +38,21 @@ ZatStatus zatOSWDeleteCountSem(ZatCountSem semaphore) {
     return oswSemDelete(oswRecord<OswCountSem>(semaphore));
 }
 
-ZatStatus oswPostCountSem(ZatHandle semaphore) {
+static ZatStatus post(ZatHandle semaphore, OswHandleIs handleIs) {
     auto* record = oswRecord<OswCountSem>(semaphore);
     OswSemLocks locks;
-    if (const ZatStatus error = oswSemEnter(record, locks); error != ZAT_OK) return error;
+    if (const ZatStatus error = oswSemEnter(record, locks, handleIs); error != ZAT_OK) return error;
     /* No upper bound: it wraps. */
     record->count = static_cast<int32_t>(static_cast<uint32_t>(record->count) + 1);
     return record->count > 0 ? oswSemWakeOne(*record, locks) : ZatStatus{ZAT_OK};
 }
 
 ZatStatus zatOSWPostCountSem(ZatCountSem semaphore) {
-    return oswPostCountSem(semaphore);
+    return post(semaphore, OswHandleIs::Anybodys);
+}
+
+ZatStatus oswPostCountSemHolding(ZatHandle semaphore) {
+    return post(semaphore, OswHandleIs::Alive);
 }
 
 ZatStatus oswWaitCountSemHolding(ZatHandle semaphore, ZatTimeoutMs timeoutMs, OswLock& held) {

@@ -32,7 +32,7 @@ static_assert(offsetof(OswCountSem, valid) == 8 && offsetof(OswCountSem, waiters
  * there is need to wait, and only then. */
 ZatStatus oswWaitCountSemHolding(ZatHandle semaphore, ZatTimeoutMs timeoutMs, OswLock& held);
 
-/* zatOSWPostCountSem, without the detour through the dynamic linker. */
-ZatStatus oswPostCountSem(ZatHandle semaphore);
+/* zatOSWPostCountSem for such a semaphore. */
+ZatStatus oswPostCountSemHolding(ZatHandle semaphore);
 
 #endif

@@ -126,7 +126,7 @@ struct QueuedMessage {
 
 /* Puts a message into a ring that has room for it. */
 static ZatStatus place(OswMsgQueue& queue, const QueuedMessage& message) {
-    if (const ZatStatus error = oswPostCountSem(queue.msgSem); error != ZAT_OK) return error;
+    if (const ZatStatus error = oswPostCountSemHolding(queue.msgSem); error != ZAT_OK) return error;
     uint32_t index = queue.tail;
     if (message.urgent)
         index = queue.head = before(queue, queue.head);
@@ -186,7 +186,7 @@ static ZatStatus waitInQueue(OswMsgQueue*& found, ZatCountSem semaphore, ZatTime
     if (status != ZAT_OK || lock.isHeld()) return status;
     status = lock.take(oswMsgQueues.lock);
     if (status != ZAT_OK) {
-        oswPostCountSem(semaphore);
+        zatOSWPostCountSem(semaphore);
         return status;
     }
     found = findQueue(handle);
@@ -205,7 +205,7 @@ ZatStatus zatOSWSendMsgQueue(ZatMsgQueue queue, const void* message, uint32_t le
     ZatStatus status = waitInQueue(record, record->slotSem, timeoutMs, lock);
     if (status != ZAT_OK) return status;
     status = place(*record, placed);
-    if (status != ZAT_OK) oswPostCountSem(record->slotSem);
+    if (status != ZAT_OK) oswPostCountSemHolding(record->slotSem);
     return status;
 }
 
@@ -219,9 +219,9 @@ ZatStatus zatOSWReceiveMsgQueue(ZatMsgQueue queue, void* buffer, uint32_t buffer
     ZatStatus status = waitInQueue(record, record->msgSem, timeoutMs, lock);
     if (status != ZAT_OK) return status;
     if (!record->growable) {
-        status = oswPostCountSem(record->slotSem);
+        status = oswPostCountSemHolding(record->slotSem);
         if (status != ZAT_OK) {
-            oswPostCountSem(record->msgSem);
+            oswPostCountSemHolding(record->msgSem);
             return status;
         }
     }

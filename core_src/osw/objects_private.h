@@ -9,6 +9,7 @@
 #define ZATOSW_OSW_OBJECTS_PRIVATE_H
 
 #include <pthread.h>
+#include <stddef.h>
 
 #include "clb/list.h"
 #include "osw/handle_private.h"
@@ -33,11 +34,15 @@ void oswRemoveObject(OswObjectKind& kind, Record& record) {
     oswIndexRemove(kind.byHandle, record.byHandle);
 }
 
-/* The record of a handle, null when there is none. */
+/* The record of a handle, null when there is none. A handle tells where its node would be: mostly
+ * the bucket alone is looked at. */
 template <class Record>
 Record* oswFindObject(OswObjectKind& kind, ZatHandle handle) {
-    const OswIndexNode* node = oswIndexFind(kind.byHandle, handle);
-    return node == nullptr ? nullptr : static_cast<Record*>(node->record);
+    const auto* own = oswRecord<OswIndexNode>(handle + offsetof(Record, byHandle));
+    const OswIndexNode* node = oswIndexBucket(kind.byHandle, handle);
+    while (node != nullptr && node != own)
+        node = node->next;
+    return node == nullptr ? nullptr : oswRecord<Record>(handle);
 }
 
 extern OswObjectKind oswEventSems;

@@ -4,9 +4,9 @@
  * A record begins with links, valid, handoff and waiters and ends with cond, mutex, waiting,
  * standbys and byHandle; its kind's list lock is taken before its internal mutex. A waiter gives
  * the list lock up while it sleeps, so a semaphore may be deleted meanwhile: the delete then only
- * marks it invalid and wakes everybody, and the last one to leave destroys it. Whether a waiter is the last,
- * and whether the semaphore is deleted, is decided while the internal mutex is held; a waiter that
- * is not the last does not touch the record again.
+ * marks it invalid and wakes everybody, and the last one to leave destroys it. Whether a waiter is
+ * the last, and whether the semaphore is deleted, is decided while the internal mutex is held; a
+ * waiter that is not the last does not touch the record again.
  *
  * A condition variable may wake by itself, so wake-ups are counted as grants
  * (sem_grants_private.h): a waiter that finds none for it sleeps on. standbys counts the newcomers
@@ -36,19 +36,26 @@ struct OswSemLocks {
     OswLock inner;
 };
 
-/* Takes the list lock, under which there is the semaphore of a handle, not deleted. */
+/* Whether a handle may be anybody's, or the caller keeps the semaphore alive. */
+enum class OswHandleIs { Anybodys, Alive };
+
+/* Takes the list lock, under which there is the semaphore of a handle, not deleted. Every call
+ * begins with this and the next, inline: a call of its own would show beside two free locks. */
 template <class Sem>
-ZatStatus oswSemFind(Sem* sem, OswLock& list) {
+__attribute__((always_inline)) inline ZatStatus oswSemFind(
+    Sem* sem, OswLock& list, OswHandleIs handleIs = OswHandleIs::Anybodys) {
     OswObjectKind& kind = oswKindOf(sem);
     if (const ZatStatus error = list.take(kind.lock); error != ZAT_OK) return error;
-    const bool isThere = oswFindObject<Sem>(kind, oswWord(sem)) != nullptr && sem->valid != 0;
-    return isThere ? ZatStatus{ZAT_OK} : ZatStatus{ZAT_FAILED};
+    const bool isThere =
+        handleIs == OswHandleIs::Alive || oswFindObject<Sem>(kind, oswWord(sem)) != nullptr;
+    return isThere && sem->valid != 0 ? ZatStatus{ZAT_OK} : ZatStatus{ZAT_FAILED};
 }
 
 /* The same, and takes its internal mutex. */
 template <class Sem>
-ZatStatus oswSemEnter(Sem* sem, OswSemLocks& locks) {
-    const ZatStatus status = oswSemFind(sem, locks.list);
+__attribute__((always_inline)) inline ZatStatus oswSemEnter(
+    Sem* sem, OswSemLocks& locks, OswHandleIs handleIs = OswHandleIs::Anybodys) {
+    const ZatStatus status = oswSemFind(sem, locks.list, handleIs);
     return status == ZAT_OK ? locks.inner.take(sem->mutex) : status;
 }
 
@@ -285,7 +292,8 @@ template <class Sem, class TryNow, class Consume>
 ZatStatus oswSemWait(Sem* sem, ZatTimeoutMs timeoutMs, TryNow tryNow, Consume consume,
                      OswLock& held) {
     OswSemLocks locks;
-    ZatStatus status = oswSemEnter(sem, locks);
+    ZatStatus status =
+        oswSemEnter(sem, locks, held.isHeld() ? OswHandleIs::Alive : OswHandleIs::Anybodys);
     if (status != ZAT_OK) return status;
     if (sem->handoff == 0 && tryNow(*sem)) return ZAT_OK;
     held.release();
