@@ -11,10 +11,11 @@ class OswKeepErrno {
     OswKeepErrno() = default;
     OswKeepErrno(const OswKeepErrno&) = delete;
     OswKeepErrno& operator=(const OswKeepErrno&) = delete;
-    ~OswKeepErrno() { errno = before_; }
+    ~OswKeepErrno() { place_ = before_; }
 
   private:
-    const int before_ = errno;
+    int& place_ = errno; /* finding it is a call */
+    const int before_ = place_;
 };
 
 #endif

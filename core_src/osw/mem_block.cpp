@@ -6,7 +6,6 @@
 
 #include <algorithm>
 
-#include "osw/errno_private.h"
 #include "osw/ipc/sysv_private.h"
 #include "osw/mem_part_private.h"
 
@@ -22,16 +21,13 @@ void oswResetPartitionLock() {
 }
 
 ZatStatus OswPartitionLock::take(const MemPartHead* part) {
-    const OswKeepErrno keepErrno;
     const ZatStatus error = oswSysvOperate(part->semId, ::take);
     if (error == 0) held_ = part;
     return error;
 }
 
 OswPartitionLock::~OswPartitionLock() {
-    if (held_ == nullptr) return;
-    const OswKeepErrno keepErrno;
-    oswSysvOperate(held_->semId, give);
+    if (held_ != nullptr) oswSysvOperate(held_->semId, give);
 }
 
 static uint32_t distance(const MemPartHead* part, const void* address) {

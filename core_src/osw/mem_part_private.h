@@ -11,6 +11,7 @@
 #include <stddef.h>
 #include <sys/sem.h>
 
+#include "osw/errno_private.h"
 #include "osw/status.h"
 
 struct MemPartHead {
@@ -55,7 +56,8 @@ inline bool memIsAllocated(const MemBlockTag* tag) {
 /* Sets the two semaphore operations that take and give back a partition. */
 void oswResetPartitionLock();
 
-/* Holds a partition until the end of the scope; the kernel gives it back if the process dies. */
+/* Holds a partition until the end of the scope, at which errno is what it was; the kernel gives it
+ * back if the process dies. */
 class OswPartitionLock {
   public:
     OswPartitionLock() = default;
@@ -67,6 +69,7 @@ class OswPartitionLock {
     ZatStatus take(const MemPartHead* part);
 
   private:
+    const OswKeepErrno keepErrno_;
     const MemPartHead* held_ = nullptr;
 };
 
