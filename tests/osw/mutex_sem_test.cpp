@@ -118,7 +118,8 @@ TEST_F(MutexSem, TheLockMonitorTellsWhomATaskWaitsFor) {
     Worker unwatched([this] { return visit(ZAT_FOREVER); });
     EXPECT_TRUE(waiters(1));
     EXPECT_EQ(infoOf(unwatched.id()).lockOwner, 0u);
-    unwatched.remove();
+    EXPECT_EQ(zatOSWReleaseMutexSem(mutex), ZAT_OK);
+    EXPECT_EQ(unwatched.join(), ZAT_OK);
     remove();
 
     static const uint32_t owner = 4711;

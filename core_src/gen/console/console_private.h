@@ -40,6 +40,9 @@ bool genConsoleIsThere();
 /* Has the reader of standard input, if there is one, read a line. False when that fails. */
 bool genWantLine();
 
+/* Takes the next line from the queue. False when there is no console, or not any more. */
+bool genTakeLine(GenLine& line);
+
 /* Takes the next line from the queue, having one read if it is empty. False when there is no
  * console, or not any more. */
 bool genReceiveLine(GenLine& line);

@@ -34,28 +34,26 @@ bool genWantLine() {
     return genConsole.wanted == 0 || zatOSWPostEventSem(genConsole.wanted) == ZAT_OK;
 }
 
-bool genReceiveLine(GenLine& line) {
-    ZatMsgQueue queue = 0;
-    {
-        const OswLock lock(genConsole.lock);
-        queue = genConsole.queue;
-    }
-    uint32_t waiting = 0;
-    if (zatOSWQueryMsgQueue(queue, &waiting) != ZAT_OK) return false;
-    if (waiting == 0 && !genWantLine()) return false;
+static ZatMsgQueue currentQueue() {
+    const OswLock lock(genConsole.lock);
+    return genConsole.queue;
+}
+
+bool genTakeLine(GenLine& line) {
     line = {};
-    return zatOSWReceiveMsgQueue(queue, line.text, ZAT_GEN_COMMAND_LINE_SIZE, ZAT_FOREVER) ==
-           ZAT_OK;
+    return zatOSWReceiveMsgQueue(currentQueue(), line.text, ZAT_GEN_COMMAND_LINE_SIZE,
+                                 ZAT_FOREVER) == ZAT_OK;
+}
+
+bool genReceiveLine(GenLine& line) {
+    uint32_t waiting = 0;
+    if (zatOSWQueryMsgQueue(currentQueue(), &waiting) != ZAT_OK) return false;
+    return (waiting > 0 || genWantLine()) && genTakeLine(line);
 }
 
 ZatStatus zatGENSendControlMessage(const char* line, uint32_t lengthBytes) {
     if (line == nullptr) return ZAT_FAILED;
-    ZatMsgQueue queue = 0;
-    {
-        const OswLock lock(genConsole.lock);
-        queue = genConsole.queue;
-    }
-    return zatOSWSendMsgQueue(queue, line, lengthBytes, ZAT_FOREVER, 0);
+    return zatOSWSendMsgQueue(currentQueue(), line, lengthBytes, ZAT_FOREVER, 0);
 }
 
 char* zatGENGetInput(char* buffer, uint32_t sizeBytes) {

@@ -55,7 +55,8 @@ static bool awaitWish(uint32_t reader) {
     }
 }
 
-/* Queues a line, in its full size; false when there is no console to read for. */
+/* Queues a line, in its full size, unless it pauses a file that is played; false when there is no
+ * console to read for. */
 static bool handOver(uint32_t reader, const GenLine& line) {
     ZatMsgQueue queue = 0;
     {
@@ -63,6 +64,7 @@ static bool handOver(uint32_t reader, const GenLine& line) {
         if (retires(reader) || zatOSWResetEventSem(genConsole.wanted) != ZAT_OK) return false;
         queue = genConsole.queue;
     }
+    if (genPausePlaying()) return true;
     zatOSWSendMsgQueue(queue, line.text, ZAT_GEN_COMMAND_LINE_SIZE, ZAT_FOREVER, 0);
     return true;
 }
@@ -74,7 +76,7 @@ static uint32_t readStandardInput(uint32_t reader, uint32_t, uint32_t, uint32_t,
     while (awaitWish(reader)) {
         GenLine line = {};
         if (fgets(line.text, ZAT_GEN_COMMAND_LINE_SIZE, stdin) == nullptr) break;
-        if (!genPausePlaying() && !handOver(reader, line)) break;
+        if (!handOver(reader, line)) break;
     }
     return 0;
 }

@@ -121,7 +121,8 @@ static GenPlayed askStep(GenLine& line) {
     for (;;) {
         genSay("=====>> step <<===== (Null:Step, Q:Quit, G:Go)\n");
         GenLine answer;
-        if (!genWantLine() || !genReceiveLine(answer)) return GenPlayed::Failed;
+        /* Wanted once: a line too many would be read ahead of the next question. */
+        if (!genWantLine() || !genTakeLine(answer)) return GenPlayed::Failed;
         strip(answer);
         if (genIsWord(answer.text, "q"))
             quit(line);

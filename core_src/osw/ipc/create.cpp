@@ -61,6 +61,20 @@ ZatStatus oswIpcCreateNamed(IpcCreation& creation, const char* name, uint32_t ty
     return status;
 }
 
+/* After a lock could not be given back: whoever has removed it, nobody can hold it any more. */
+static void closeAgain(ZatHandle handle, uint32_t type, IpcCreation& creation) {
+    const OswUncancellable uncancellable;
+    IpcLock lock;
+    oswIpcLockType(lock, type);
+    IpcHandle* object = oswIpcFind(type, handle);
+    if (object == nullptr) return;
+    if (object->localRefs == 1) oswIpcDismissWaiters(*object);
+    const bool isGone = oswIpcCloseObject(*object);
+    lock.release();
+    creation.global.release();
+    if (isGone) oswIpcDispose(object);
+}
+
 ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& parameters,
                        ZatHandle* handle, IpcMakeLocal makeLocal, const IpcLocalWords& words) {
     const OswKeepErrno keepErrno;
@@ -69,11 +83,15 @@ ZatStatus oswIpcCreate(const char* name, uint32_t type, const IpcParameters& par
     if (handle == nullptr) return ZAT_FAILED;
     if (name == nullptr) return createLocal(type, handle, makeLocal, words);
     IpcCreation creation(type);
-    status = oswIpcCreateNamed(creation, name, type, parameters, handle);
+    ZatHandle made = 0;
+    status = oswIpcCreateNamed(creation, name, type, parameters, &made);
     if (status != ZAT_OK) return status;
     status = creation.lock.release();
     if (status == ZAT_OK) status = creation.global.release();
-    if (status != ZAT_OK) oswIpcTakeBack(*handle, type);
+    if (status == ZAT_OK)
+        *handle = made;
+    else
+        closeAgain(made, type, creation);
     return status;
 }
 

@@ -64,8 +64,8 @@ static void onExpiry(ZatTimer timer, uint32_t handle, uint32_t, uint32_t, uint32
 /* Rounded up: nobody's time is cut short. */
 static ZatStatus startTimer(ZatTimer timer, int64_t timeNs, uint32_t handle) {
     const int64_t timeMs = (timeNs + nsPerMs - 1) / nsPerMs;
-    return zatOSWStartTimer(timer, static_cast<uint32_t>(std::min(timeMs, farAwayMs)), onExpiry,
-                            handle);
+    return zatOSWStartTimer(timer, static_cast<uint32_t>(std::clamp<int64_t>(timeMs, 0, farAwayMs)),
+                            onExpiry, handle);
 }
 
 /* Has the timer run for another deadline than before. */

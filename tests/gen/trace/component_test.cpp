@@ -69,6 +69,7 @@ TEST(Registry, FindsRandomComponentsInSignedOrder) {
 }
 
 TEST(Registry, GrowsWhileOthersTrace) {
+    if (isRunBy("--tool=drd")) GTEST_SKIP() << "the race checker does not follow atomics";
     Shared<int> ends;
     const auto trace = [&] {
         for (uint32_t id = 1; ends == 0; id = id * 3 + 1)
