@@ -15,15 +15,11 @@
 static zatGENTrcComp firstOthers = {ZAT_GEN_OTHERS, 0, 0, 0, 0, 0, 0, ZAT_GEN_DUMP_SIZE, "OTHERS"};
 static zatGENTrcComp firstSystem = {ZAT_GEN_SYSTEM, 0, 0, 0, 0, 0, 0, ZAT_GEN_DUMP_SIZE, "SYSTEM"};
 static zatGENTrcComp* firstRecords[] = {&firstOthers, &firstSystem};
-static const GenComponents firstComponents = {2, firstRecords};
+static GenComponents firstComponents = {2, firstRecords, nullptr};
 
-GenRegistry genRegistry = {&firstComponents, &firstSystem, &firstOthers, {}};
+GenRegistry genRegistry = {&firstComponents, 0, &firstSystem, &firstOthers, {}};
 
-/* Those before the ones in place: a message may still be looking at them. */
-static const GenComponents* lastComponents = &firstComponents;
-
-/* Where the record with the id is, or would have to be inserted. */
-static int32_t positionOf(const GenComponents& components, uint32_t id) {
+int32_t genPositionOf(const GenComponents& components, uint32_t id) {
     const auto key = static_cast<int32_t>(id);
     int32_t low = 0;
     int32_t high = components.count;
@@ -38,35 +34,30 @@ static int32_t positionOf(const GenComponents& components, uint32_t id) {
 }
 
 zatGENTrcComp* genSearch(uint32_t id) {
-    const GenComponents& components = genComponents();
-    const int32_t at = positionOf(components, id);
-    if (at == components.count) return nullptr;
-    zatGENTrcComp* record = components.records[at];
+    const GenComponentsUse components;
+    const int32_t at = components.positionOf(id);
+    if (at == components.count()) return nullptr;
+    zatGENTrcComp* record = components[at];
     return record->id == id ? record : nullptr;
-}
-
-static void freeComponents(const GenComponents* components) {
-    if (components != &firstComponents)
-        zatOSWOrgFreeMemPart(0, const_cast<GenComponents*>(components));
 }
 
 /* Those in place, and room for so many more; null when there is no memory. */
 static GenComponents* copyComponents(uint32_t more) {
-    const GenComponents& now = genComponents();
+    GenComponents& now = *genRegistry.components;
     const uint64_t records = static_cast<uint64_t>(now.count) + more;
     const auto size = static_cast<uint32_t>(
         std::min<uint64_t>(sizeof now + records * sizeof *now.records, UINT32_MAX));
     void* memory = nullptr;
     if (!oswHasRoom(size) || zatOSWOrgAllocMemPart(0, &memory, size) != ZAT_OK) return nullptr;
     auto* copy = static_cast<GenComponents*>(memory);
-    *copy = {now.count, reinterpret_cast<zatGENTrcComp**>(copy + 1)};
+    *copy = {now.count, reinterpret_cast<zatGENTrcComp**>(copy + 1), &now};
     std::copy_n(now.records, now.count, copy->records);
     return copy;
 }
 
 /* Adds a record, for which there is room; it takes the place of one with its id. */
 static void place(GenComponents& components, zatGENTrcComp* record) {
-    zatGENTrcComp** slot = components.records + positionOf(components, record->id);
+    zatGENTrcComp** slot = components.records + genPositionOf(components, record->id);
     zatGENTrcComp** end = components.records + components.count;
     if (slot == end || (*slot)->id != record->id) {
         std::move_backward(slot, end, end + 1);
@@ -83,9 +74,15 @@ static void noteRecord(zatGENTrcComp* record) {
     if (record->id == ZAT_GEN_OTHERS) genRegistry.others = record;
 }
 
-static void putInPlace(const GenComponents* components) {
-    freeComponents(lastComponents);
-    lastComponents = __atomic_exchange_n(&genRegistry.components, components, __ATOMIC_ACQ_REL);
+/* Frees what was in place before, down to what the library began with. */
+static void freeRetired(GenComponents& components) {
+    GenComponents* retired = components.retired;
+    components.retired = nullptr;
+    while (retired != nullptr && retired != &firstComponents) {
+        GenComponents* before = retired->retired;
+        zatOSWOrgFreeMemPart(0, retired);
+        retired = before;
+    }
 }
 
 void genRegister(zatGENTrcComp* table, uint32_t count) {
@@ -93,7 +90,9 @@ void genRegister(zatGENTrcComp* table, uint32_t count) {
     if (components == nullptr) return;
     for (uint32_t i = 0; i < count; ++i)
         place(*components, &table[i]);
-    putInPlace(components);
+    __atomic_store_n(&genRegistry.components, components, __ATOMIC_SEQ_CST);
+    /* Whoever comes now has the new one. */
+    if (__atomic_load_n(&genRegistry.users, __ATOMIC_SEQ_CST) == 0) freeRetired(*components);
     for (uint32_t i = 0; i < count; ++i)
         noteRecord(&table[i]);
 }
@@ -102,8 +101,9 @@ void genRegistryReset() {
     memset(genRegistry.shortcuts, 0, sizeof genRegistry.shortcuts);
     firstRecords[0] = genRegistry.others = &firstOthers;
     firstRecords[1] = genRegistry.system = &firstSystem;
-    putInPlace(&firstComponents);
-    putInPlace(&firstComponents);
+    GenComponents all = {0, nullptr, genRegistry.components};
+    __atomic_store_n(&genRegistry.components, &firstComponents, __ATOMIC_SEQ_CST);
+    freeRetired(all);
 }
 
 ZatStatus zatGENAddTraceId(zatGENTrcComp* table, uint32_t count) {
@@ -122,9 +122,9 @@ zatGENTrcComp* zatGENGetTrcMaskById(uint32_t component) {
 
 zatGENTrcComp* zatGENGetTrcMaskByName(const char* name) {
     if (name == nullptr) return nullptr;
-    const GenComponents& components = genComponents();
-    for (int32_t i = 0; i < components.count; ++i) {
-        zatGENTrcComp* record = components.records[i];
+    const GenComponentsUse components;
+    for (int32_t i = 0; i < components.count(); ++i) {
+        zatGENTrcComp* record = components[i];
         if (record->name != nullptr && zatCLBCompStrCase(record->name, name) == 0) return record;
     }
     return nullptr;
@@ -132,7 +132,7 @@ zatGENTrcComp* zatGENGetTrcMaskByName(const char* name) {
 
 ZatStatus zatGENGetTrcCompNum(int32_t* count) {
     if (count == nullptr) return ZAT_FAILED;
-    *count = genComponents().count;
+    *count = GenComponentsUse().count();
     return ZAT_OK;
 }
 

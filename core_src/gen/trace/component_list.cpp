@@ -28,8 +28,9 @@ static void print(const Listing& listing, const zatGENTrcComp& record) {
 
 /* The first component above the one shown last; whoever prints or answers may register others. */
 static const zatGENTrcComp* following(const zatGENTrcComp* last) {
-    for (int32_t i = 0; i < genComponents().count; ++i) {
-        const zatGENTrcComp* record = genComponents().records[i];
+    const GenComponentsUse components;
+    for (int32_t i = 0; i < components.count(); ++i) {
+        const zatGENTrcComp* record = components[i];
         if (last == nullptr || static_cast<int32_t>(record->id) > static_cast<int32_t>(last->id))
             return record;
     }

@@ -12,10 +12,9 @@ static void change(zatGENTrcComp& component, Mask mask, uint32_t keep, uint32_t 
 }
 
 static void changeAll(Mask mask, uint32_t keep, uint32_t set) {
-    const GenComponents& components = genComponents();
-    for (int32_t i = 0; i < components.count; ++i)
-        if (components.records[i]->id != ZAT_GEN_SYSTEM)
-            change(*components.records[i], mask, keep, set);
+    const GenComponentsUse components;
+    for (int32_t i = 0; i < components.count(); ++i)
+        if (components[i]->id != ZAT_GEN_SYSTEM) change(*components[i], mask, keep, set);
 }
 
 template <Mask mask>
