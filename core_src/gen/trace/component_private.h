@@ -21,7 +21,7 @@ struct GenComponents {
 };
 
 struct GenRegistry {
-    static constexpr uint32_t shortcutBits = 11;
+    static constexpr uint32_t shortcutBits = 12;
     GenComponents* components;
     uint32_t users; /* of the array in place, or of one that was */
     /* The two that are asked for most; they are in the array, too. */
