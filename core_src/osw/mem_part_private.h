@@ -69,7 +69,7 @@ class OswPartitionLock {
     ZatStatus take(const MemPartHead* part);
 
   private:
-    const OswKeepErrno keepErrno_;
+    OswKeepErrno keepErrno_;
     const MemPartHead* held_ = nullptr;
 };
 

@@ -46,7 +46,7 @@ static GenComponents* copyComponents(uint32_t more) {
     GenComponents& now = *genRegistry.components;
     const uint64_t records = static_cast<uint64_t>(now.count) + more;
     const auto size = static_cast<uint32_t>(
-        std::min<uint64_t>(sizeof now + records * sizeof *now.records, UINT32_MAX));
+        std::min<uint64_t>(sizeof now + records * sizeof(zatGENTrcComp*), UINT32_MAX));
     void* memory = nullptr;
     if (!oswHasRoom(size) || zatOSWOrgAllocMemPart(0, &memory, size) != ZAT_OK) return nullptr;
     auto* copy = static_cast<GenComponents*>(memory);
