@@ -91,19 +91,20 @@ struct Countdown {
     OswTimerWords words;
 };
 
-enum class TimerStart { Armed, Idle, Deleted };
+enum class CountdownStart { Armed, Idle, Deleted };
 
 /* Begins a countdown with what the timer was started with, if it was. */
-static TimerStart beginCountdown(ZatTimer handle, const TimerEvents& events, Countdown& countdown) {
+static CountdownStart beginCountdown(ZatTimer handle, const TimerEvents& events,
+                                     Countdown& countdown) {
     OswLock lock;
     OswTimerRecord* timer = findOwnTimer(handle, lock);
-    if (timer == nullptr) return TimerStart::Deleted;
+    if (timer == nullptr) return CountdownStart::Deleted;
     zatOSWResetEventSem(events.stop());
-    if (timer->armed == 0) return TimerStart::Idle;
+    if (timer->armed == 0) return CountdownStart::Idle;
     timer->armed = 0;
     timer->counting = 1;
     countdown = {timer->interval, timer->callback, timer->words};
-    return TimerStart::Armed;
+    return CountdownStart::Armed;
 }
 
 /* Whether a countdown that has run out is to call: a stop may have come in the last moment, and
@@ -121,8 +122,8 @@ static bool endCountdown(ZatTimer handle, const TimerEvents& events, bool consum
 /* Runs the countdown of a start, if that still stands; whether the timer lives on. */
 static bool countDown(ZatTimer handle, const TimerEvents& events) {
     Countdown countdown;
-    const TimerStart start = beginCountdown(handle, events, countdown);
-    if (start != TimerStart::Armed) return start == TimerStart::Idle;
+    const CountdownStart start = beginCountdown(handle, events, countdown);
+    if (start != CountdownStart::Armed) return start == CountdownStart::Idle;
     const ZatStatus stopped = zatOSWWaitEventSem(events.stop(), countdown.interval);
     if (stopped != ZAT_OK && stopped != ZAT_TIMED_OUT) return false;
     if (!endCountdown(handle, events, stopped == ZAT_OK))
