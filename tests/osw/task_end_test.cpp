@@ -209,15 +209,20 @@ uint32_t useStackAndEnd(uint32_t part, uint32_t end) {
 }
 
 TEST(TaskStack, IsWarnedAboutWhenItIsNearlyUsedUp) {
+#ifdef __SANITIZE_ADDRESS__
+    constexpr uint32_t slack = 5; /* percent: the sanitizer's frames are larger */
+#else
+    constexpr uint32_t slack = 0;
+#endif
     passOwnMessages();
     for (uint32_t end : {0u, 1u, 2u}) {
-        for (uint32_t part : {790u, 801u}) {
+        for (uint32_t part : {790u - 10 * slack, 801u}) {
             testing::internal::CaptureStderr();
             const ZatTaskId task =
                 startTask(taskEntry<useStackAndEnd>, 1, "sixteencharacter", part, end);
             EXPECT_EQ(zatOSWWaitTask(task, 1), ZAT_OK);
             const std::string text = testing::internal::GetCapturedStderr();
-            if (part == 790) {
+            if (part < 800) {
                 EXPECT_EQ(text, "");
                 continue;
             }
@@ -225,10 +230,11 @@ TEST(TaskStack, IsWarnedAboutWhenItIsNearlyUsedUp) {
             uint32_t peak = 0;
             sscanf(text.c_str(), "%*[^ ] size=%u peak=%u", &size, &peak);
             ASSERT_GT(size, 65536u) << "end " << end << ": " << text;
-            EXPECT_EQ(peak * 100 / size, 80u) << "end " << end << ": " << text;
+            const uint32_t percent = peak * 100 / size;
+            EXPECT_TRUE(percent >= 80 && percent <= 80 + slack) << "end " << end << ": " << text;
             EXPECT_EQ(text.find(format("OSW:<Warning>:StackOverflow:taskid=%u(sixteencharacter) "
-                                       "size=%u peak=%u( 80%%)\n",
-                                       task, size, peak)),
+                                       "size=%u peak=%u( %u%%)\n",
+                                       task, size, peak, percent)),
                       0u)
                 << text;
         }
