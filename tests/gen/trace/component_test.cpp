@@ -76,8 +76,9 @@ TEST(Registry, GrowsWhileOthersTrace) {
             zatGENTrcPrintf(id, ZAT_GEN_TRACE, 0, "nobody listens");
         return ZatStatus{ZAT_OK};
     };
-    Worker first(trace), second(trace);
+    // The records outlive whoever may still look one up.
     std::vector<zatGENTrcComp> components(emulated() ? 300 : 4000);
+    Worker first(trace), second(trace);
     for (zatGENTrcComp& component : components) {
         component.id = static_cast<uint32_t>(&component - components.data()) * 7 + 1;
         component.name = "";
