@@ -24,7 +24,7 @@ static const char* const names[] = {"global", "mutex", "count", "event",
 
 static std::string keyPath(const std::string& name) {
     const char* directory = getenv("GEN_MSGQ_PATH");
-    return std::string(directory == nullptr ? "/tmp/" : directory) + "floor-" + name;
+    return std::string(directory == nullptr ? "/tmp/.zat-msgq/" : directory) + "floor-" + name;
 }
 
 static key_t rawKey(const std::string& name, bool first) {

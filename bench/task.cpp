@@ -1,9 +1,13 @@
-/* Tasks, and jobs on tasks that are there, beside plain threads with the same stack and scheduling.
+/*
+ * Tasks, and jobs on tasks that are there, beside plain threads with the same stack and scheduling.
+ *
+ * All on one processor: how long another one takes to wake up is the machine's part.
  */
 
 #include <zatosw/zatosw.h>
 
 #include "pair.h"
+#include "threads.h"
 
 static constexpr size_t threadStack = 81920; /* what a task that asks for the minimum gets */
 
@@ -52,6 +56,7 @@ static void threads(int operations) {
 }
 
 int main(int count, char** arguments) {
+    benchStayOn(0);
     benchRow("task_create_join/pthread_create_join",
              [](auto& state) { benchPair(state, 100, tasks, threads); });
     zatOSWCreateEventSem(&ran, 0, 0);

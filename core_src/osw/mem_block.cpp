@@ -6,37 +6,14 @@
 
 #include <algorithm>
 
-#include "osw/ipc/sysv_private.h"
 #include "osw/mem_part_private.h"
 
-static constexpr sembuf takeOperation = {0, -1, SEM_UNDO};
-static constexpr sembuf giveOperation = {0, 1, SEM_UNDO};
+static constexpr OswPartitionOperations operations = {{0, -1, SEM_UNDO}, {0, 1, SEM_UNDO}};
 
-static sembuf take = takeOperation;
-static sembuf give = giveOperation;
+OswPartitionOperations oswPartitionOperations = operations;
 
 void oswResetPartitionLock() {
-    take = takeOperation;
-    give = giveOperation;
-}
-
-ZatStatus OswPartitionLock::take(const MemPartHead* part) {
-    const ZatStatus error = oswSysvOperate(part->semId, ::take);
-    if (error == 0) held_ = part;
-    return error;
-}
-
-OswPartitionLock::~OswPartitionLock() {
-    if (held_ != nullptr) oswSysvOperate(held_->semId, give);
-}
-
-static uint32_t distance(const MemPartHead* part, const void* address) {
-    return static_cast<uint32_t>(static_cast<const uint8_t*>(address) -
-                                 reinterpret_cast<const uint8_t*>(part));
-}
-
-static MemBlockTag* tagOf(void* block) {
-    return static_cast<MemBlockTag*>(block) - 1;
+    oswPartitionOperations = operations;
 }
 
 static MemBlockTag* nextTag(MemBlockTag* tag) {
@@ -127,8 +104,8 @@ static void absorb(MemPartHead* part, MemBlockTag* into, const MemBlockTag* bloc
     nextTag(into)->prevSize = memBlockSize(into);
     const uint32_t markerAt = part->end - sizeof(MemBlockTag);
     MemBlockTag* marker = memTagAt(part, markerAt);
-    if (markerAt - marker->prevSize == distance(part, block))
-        marker->prevSize = markerAt - distance(part, into);
+    if (markerAt - marker->prevSize == memDistance(part, block))
+        marker->prevSize = markerAt - memDistance(part, into);
 }
 
 /* Merges a free block with a free one behind it. */
@@ -180,16 +157,9 @@ static void cutBack(MemPartHead* part, MemBlockTag* tag, uint32_t keep) {
     mergeWithNext(part, tail);
 }
 
-ZatStatus oswPartAllocate(MemPartHead* part, MemSide side, uint32_t size, void** out) {
-    *out = nullptr;
-    if (size == 0) return ZAT_OSW_PART_BAD_SIZE;
-    const uint32_t need = blockSizeFor(size);
-    OswPartitionLock lock;
-    if (const ZatStatus error = lock.take(part); error != ZAT_OK) return error;
-    MemBlockTag* tag = takeBlock(part, side, need);
-    if (tag == nullptr) return ZAT_OSW_PART_EXHAUSTED;
-    *out = tag + 1;
-    return ZAT_OK;
+void* oswTakeBlock(MemPartHead* part, MemSide side, uint32_t size) {
+    MemBlockTag* tag = takeBlock(part, side, blockSizeFor(size));
+    return tag != nullptr ? tag + 1 : nullptr;
 }
 
 ZatStatus oswPartAllocateAligned(MemPartHead* part, MemSide side, uint32_t alignment, uint32_t size,
@@ -217,15 +187,6 @@ ZatStatus oswPartAllocateAligned(MemPartHead* part, MemSide side, uint32_t align
     return ZAT_OK;
 }
 
-bool oswPartContains(MemPartHead* part, const void* block) {
-    const uint32_t at = distance(part, block);
-    return block >= part && at < part->end && at >= memFirstBlock + sizeof(MemBlockTag);
-}
-
-ZatStatus oswPartFree(MemPartHead* part, void* block) {
-    if (!oswPartContains(part, block)) return ZAT_OSW_PART_BAD_ADDRESS;
-    OswPartitionLock lock;
-    if (lock.take(part) != ZAT_OK) return ZAT_OK;
-    freeBlock(part, tagOf(block));
-    return ZAT_OK;
+void oswFreeBlock(MemPartHead* part, void* block) {
+    freeBlock(part, static_cast<MemBlockTag*>(block) - 1);
 }

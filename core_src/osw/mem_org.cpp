@@ -24,7 +24,10 @@ static ZatStatus allocateHeap(void** out, uint32_t size, uint32_t caller) {
     return ZAT_OK;
 }
 
-static ZatStatus orgAlloc(ZatPartition partition, void** out, uint32_t size, uint32_t caller) {
+/* Both are inlined into their few callers: an explicit partition's lock is a system call, and after
+ * one every return costs more than it looks. */
+__attribute__((always_inline)) static inline ZatStatus orgAlloc(ZatPartition partition, void** out,
+                                                                uint32_t size, uint32_t caller) {
     if (out == nullptr) return ZAT_FAILED;
     const ZatStatus status = partition == 0 ? allocateHeap(out, size, caller)
                                             : oswPartAllocate(oswRecord<MemPartHead>(partition),
@@ -46,7 +49,8 @@ static ZatStatus freeHeap(void* block, uint32_t caller) {
     return ZAT_OK;
 }
 
-static ZatStatus orgFree(ZatPartition partition, void* block, uint32_t caller) {
+__attribute__((always_inline)) static inline ZatStatus orgFree(ZatPartition partition, void* block,
+                                                               uint32_t caller) {
     if (block == nullptr) return ZAT_OK;
     if (partition == 0) return freeHeap(block, caller);
     const ZatStatus status = oswPartFree(oswRecord<MemPartHead>(partition), block);

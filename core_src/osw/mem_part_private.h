@@ -12,6 +12,7 @@
 #include <sys/sem.h>
 
 #include "osw/errno_private.h"
+#include "osw/ipc/sysv_private.h"
 #include "osw/status.h"
 
 struct MemPartHead {
@@ -45,6 +46,11 @@ inline MemBlockTag* memTagAt(MemPartHead* part, uint32_t at) {
     return reinterpret_cast<MemBlockTag*>(reinterpret_cast<uint8_t*>(part) + at);
 }
 
+inline uint32_t memDistance(const MemPartHead* part, const void* address) {
+    return static_cast<uint32_t>(static_cast<const uint8_t*>(address) -
+                                 reinterpret_cast<const uint8_t*>(part));
+}
+
 inline uint32_t memBlockSize(const MemBlockTag* tag) {
     return tag->sizeFlags & ~memAllocated;
 }
@@ -53,7 +59,15 @@ inline bool memIsAllocated(const MemBlockTag* tag) {
     return (tag->sizeFlags & memAllocated) != 0;
 }
 
-/* Sets the two semaphore operations that take and give back a partition. */
+/* The semaphore operations that take and give back a partition. */
+struct OswPartitionOperations {
+    sembuf take;
+    sembuf give;
+};
+
+extern OswPartitionOperations oswPartitionOperations;
+
+/* Sets them. */
 void oswResetPartitionLock();
 
 /* Holds a partition until the end of the scope, at which errno is what it was; the kernel gives it
@@ -63,23 +77,53 @@ class OswPartitionLock {
     OswPartitionLock() = default;
     OswPartitionLock(const OswPartitionLock&) = delete;
     OswPartitionLock& operator=(const OswPartitionLock&) = delete;
-    ~OswPartitionLock();
+    ~OswPartitionLock() {
+        if (held_ != nullptr) oswSysvOperate(held_->semId, oswPartitionOperations.give);
+    }
 
     /* 0 or the error number of the semaphore operation. */
-    ZatStatus take(const MemPartHead* part);
+    ZatStatus take(const MemPartHead* part) {
+        const ZatStatus error = oswSysvOperate(part->semId, oswPartitionOperations.take);
+        if (error == 0) held_ = part;
+        return error;
+    }
 
   private:
     OswKeepErrno keepErrno_;
     const MemPartHead* held_ = nullptr;
 };
 
-/* The block calls on a partition that is not null; each takes the partition's lock. */
-ZatStatus oswPartAllocate(MemPartHead* part, MemSide side, uint32_t size, void** out);
-ZatStatus oswPartAllocateAligned(MemPartHead* part, MemSide side, uint32_t alignment, uint32_t size,
-                                 void** out);
-ZatStatus oswPartFree(MemPartHead* part, void* block);
+/* Take a block of at least so many bytes, null when there is none; and give one back. Both under
+ * the partition's lock. */
+void* oswTakeBlock(MemPartHead* part, MemSide side, uint32_t size);
+void oswFreeBlock(MemPartHead* part, void* block);
 
 /* Whether a block's tag lies in the partition's block area. */
-bool oswPartContains(MemPartHead* part, const void* block);
+inline bool oswPartContains(const MemPartHead* part, const void* block) {
+    const uint32_t at = memDistance(part, block);
+    return block >= part && at < part->end && at >= memFirstBlock + sizeof(MemBlockTag);
+}
+
+/* The block calls on a partition that is not null; each takes the partition's lock. The short ones
+ * are inline: right after a system call every return costs more than it looks. */
+inline ZatStatus oswPartAllocate(MemPartHead* part, MemSide side, uint32_t size, void** out) {
+    *out = nullptr;
+    if (size == 0) return ZAT_OSW_PART_BAD_SIZE;
+    OswPartitionLock lock;
+    if (const ZatStatus error = lock.take(part); error != ZAT_OK) return error;
+    *out = oswTakeBlock(part, side, size);
+    return *out != nullptr ? ZatStatus{ZAT_OK} : ZatStatus{ZAT_OSW_PART_EXHAUSTED};
+}
+
+inline ZatStatus oswPartFree(MemPartHead* part, void* block) {
+    if (!oswPartContains(part, block)) return ZAT_OSW_PART_BAD_ADDRESS;
+    OswPartitionLock lock;
+    if (lock.take(part) != ZAT_OK) return ZAT_OK;
+    oswFreeBlock(part, block);
+    return ZAT_OK;
+}
+
+ZatStatus oswPartAllocateAligned(MemPartHead* part, MemSide side, uint32_t alignment, uint32_t size,
+                                 void** out);
 
 #endif

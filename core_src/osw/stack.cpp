@@ -6,8 +6,10 @@
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/sysinfo.h>
+#include <time.h>
 
 #include <algorithm>
+#include <atomic>
 
 #include "osw/handle_private.h"
 
@@ -58,10 +60,22 @@ __attribute__((noinline, no_sanitize("address"))) static uint32_t countZeroBytes
     return zero;
 }
 
-/* Whether a page that is not in memory was never used: it may also have been swapped out. */
+/*
+ * Whether a page that is not in memory was never used: it may also have been swapped out. Asked
+ * once a second at most, since the kernel looks through its devices for the answer.
+ */
 static bool absentMeansUnused() {
-    struct sysinfo info;
-    return sysinfo(&info) == 0 && info.totalswap == 0;
+    static std::atomic<uint32_t> answer; /* the second it was given in, and the answer in bit 0 */
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    const uint32_t second = static_cast<uint32_t>(now.tv_sec) << 1;
+    uint32_t known = answer.load(std::memory_order_relaxed);
+    if ((known & ~1u) != second) {
+        struct sysinfo info;
+        known = second | (sysinfo(&info) == 0 && info.totalswap == 0 ? 1u : 0u);
+        answer.store(known, std::memory_order_relaxed);
+    }
+    return (known & 1) != 0;
 }
 
 /*
