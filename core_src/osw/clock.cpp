@@ -6,37 +6,36 @@
 #include <errno.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/time.h>
 #include <time.h>
 
 #include "osw/errno_private.h"
 #include "osw/lock_private.h"
 #include "osw/mem_part.h"
+#include "osw/wide_time_private.h"
 
 static constexpr uint32_t unknown = 0xFFFFFFFF;
 static constexpr uint32_t digitsSize = 32;
 
 ZatStatus zatOSWGetClock(ZatClock* clock) {
     if (clock == nullptr) return ZAT_FAILED;
-    timeval now;
-    if (gettimeofday(&now, nullptr) != 0) return static_cast<ZatStatus>(errno);
-    clock->seconds = static_cast<uint32_t>(now.tv_sec);
-    clock->nanoseconds = static_cast<uint32_t>(now.tv_usec) * 1000;
+    OswMoment now;
+    if (oswGetWallClock(now) != 0) return static_cast<ZatStatus>(errno);
+    clock->seconds = static_cast<uint32_t>(now.seconds);
+    clock->nanoseconds = static_cast<uint32_t>(now.nanoseconds);
     return ZAT_OK;
 }
 
 ZatStatus zatOSWSetClock(const ZatClock* clock) {
     if (clock == nullptr) return ZAT_FAILED;
-    timeval now;
-    now.tv_sec = static_cast<time_t>(clock->seconds);
-    now.tv_usec = static_cast<suseconds_t>(clock->nanoseconds / 1000);
-    return settimeofday(&now, nullptr) == 0 ? ZatStatus{ZAT_OK} : static_cast<ZatStatus>(errno);
+    const OswMoment now = {clock->seconds, static_cast<int32_t>(clock->nanoseconds)};
+    return oswSetWallClock(now) == 0 ? ZatStatus{ZAT_OK} : static_cast<ZatStatus>(errno);
 }
 
 uint32_t zatOSWGetSysTimer(void) {
-    timeval now;
-    gettimeofday(&now, nullptr);
-    return static_cast<uint32_t>(now.tv_sec) * 1000 + static_cast<uint32_t>(now.tv_usec) / 1000;
+    OswMoment now = {};
+    oswGetWallClock(now);
+    return static_cast<uint32_t>(now.seconds) * 1000 +
+           static_cast<uint32_t>(now.nanoseconds) / 1000000;
 }
 
 /* The first field of the file without its decimal point. */

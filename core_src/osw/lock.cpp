@@ -1,31 +1,35 @@
 /* Deadlines and condition waits; see lock_private.h. */
 
+#include "osw/lock_private.h"
+
 #include <errno.h>
-#include <sys/time.h>
+#include <time.h>
 
 #include <limits>
 
-#include "osw/lock_private.h"
-
-timespec oswDeadline(ZatTimeoutMs timeoutMs) {
-    timeval now;
-    gettimeofday(&now, nullptr);
-    int64_t seconds = static_cast<int64_t>(now.tv_sec) + timeoutMs / 1000;
-    long nanoseconds = now.tv_usec * 1000 + static_cast<long>(timeoutMs % 1000) * 1000000;
-    if (nanoseconds >= 1000000000) {
-        nanoseconds -= 1000000000;
-        ++seconds;
+OswMoment oswDeadline(ZatTimeoutMs timeoutMs) {
+    OswMoment deadline = {};
+    oswGetWallClock(deadline);
+    deadline.seconds += timeoutMs / 1000;
+    deadline.nanoseconds += static_cast<int32_t>(timeoutMs % 1000) * 1000000;
+    if (deadline.nanoseconds >= 1000000000) {
+        deadline.nanoseconds -= 1000000000;
+        ++deadline.seconds;
     }
-    /* A deadline past the end of a 32-bit clock must not wrap into the past. */
-    constexpr int64_t latest = std::numeric_limits<time_t>::max();
-    timespec deadline;
-    deadline.tv_sec = static_cast<time_t>(seconds < latest ? seconds : latest);
-    deadline.tv_nsec = nanoseconds;
     return deadline;
 }
 
-ZatStatus oswCondWait(pthread_cond_t& condition, pthread_mutex_t& mutex, const timespec* deadline) {
+/* The checkers know the wait with a narrow time only, which is the one of most years. */
+static int waitUntil(pthread_cond_t& condition, pthread_mutex_t& mutex, const OswMoment& deadline) {
+    if (deadline.seconds > std::numeric_limits<time_t>::max())
+        return oswCondWaitUntil(condition, mutex, deadline);
+    const timespec time = {static_cast<time_t>(deadline.seconds), deadline.nanoseconds};
+    return pthread_cond_timedwait(&condition, &mutex, &time);
+}
+
+ZatStatus oswCondWait(pthread_cond_t& condition, pthread_mutex_t& mutex,
+                      const OswMoment* deadline) {
     const int error = deadline == nullptr ? pthread_cond_wait(&condition, &mutex)
-                                          : pthread_cond_timedwait(&condition, &mutex, deadline);
+                                          : waitUntil(condition, mutex, *deadline);
     return error == EINTR ? ZatStatus{ZAT_TIMED_OUT} : static_cast<ZatStatus>(error);
 }

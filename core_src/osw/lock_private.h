@@ -10,6 +10,7 @@
 #include <pthread.h>
 
 #include "osw/status.h"
+#include "osw/wide_time_private.h"
 
 /* Holds one mutex until released or until the end of the scope. */
 class OswLock {
@@ -56,12 +57,12 @@ class OswUncancellable {
 };
 
 /* The moment, on the wall clock, that lies timeoutMs ahead. */
-timespec oswDeadline(ZatTimeoutMs timeoutMs);
+OswMoment oswDeadline(ZatTimeoutMs timeoutMs);
 
 /*
  * Waits once on a condition whose mutex the caller holds: without limit when deadline is null.
  * Returns 0, ZAT_TIMED_OUT or an error number; 0 may also be a wake-up that nobody sent.
  */
-ZatStatus oswCondWait(pthread_cond_t& condition, pthread_mutex_t& mutex, const timespec* deadline);
+ZatStatus oswCondWait(pthread_cond_t& condition, pthread_mutex_t& mutex, const OswMoment* deadline);
 
 #endif

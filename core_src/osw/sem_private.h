@@ -237,7 +237,7 @@ class OswWaiter {
     /* Sleeps until woken on purpose, deleted, or out of time. */
     ZatStatus sleep(ZatTimeoutMs timeoutMs) {
         [[maybe_unused]] const auto mark = oswWaitMark(sem_);
-        timespec deadline;
+        OswMoment deadline;
         if (timeoutMs != ZAT_FOREVER) deadline = oswDeadline(timeoutMs);
         while (sem_->valid && !(woken_ = oswTakeGrant(sem_->waiting, place_))) {
             const ZatStatus error = oswCondWait(sem_->cond, sem_->mutex,

@@ -12,39 +12,21 @@
 #include <cstring>
 #include <string>
 
-#include "osw/worker.h"
+#include "osw/wall_clock.h"
 
 namespace {
 
+WideTime clockSet;
 /* Answers of the system; without one, it is the system's own. */
-const timeval* wallClock;
-int clockError;
-timeval clockSet;
 const char* uptime;
 bool uptimeMissing;
 
-int answerClock() {
-    errno = clockError;
-    return clockError == 0 ? 0 : -1;
-}
-
 }  // namespace
 
-extern "C" int gettimeofday(timeval* now, void*) noexcept {
-    if (clockError != 0) return answerClock();
-    if (wallClock != nullptr) {
-        *now = *wallClock;
-        return 0;
-    }
-    timespec time;
-    clock_gettime(CLOCK_REALTIME, &time);
-    *now = {time.tv_sec, time.tv_nsec / 1000};
-    return 0;
-}
-
-extern "C" int settimeofday(const timeval* time, const struct timezone*) noexcept {
+extern "C" int __settimeofday64(const WideTime* time, const struct timezone*) noexcept {
     clockSet = *time;
-    return answerClock();
+    errno = clockError;
+    return clockError == 0 ? 0 : -1;
 }
 
 /* Remembers what the library allocated last. */
@@ -72,21 +54,23 @@ extern "C" FILE* fopen(const char* path, const char* mode) {
 namespace {
 
 TEST(Clock, TellsAndSetsTheWallClock) {
-    static const timeval time = {0x7FFFFFFE, 999999};
-    wallClock = &time;
     ZatClock clock = {};
-    EXPECT_EQ(zatOSWGetClock(&clock), ZAT_OK);
-    EXPECT_EQ(clock.seconds, 0x7FFFFFFEu);
-    EXPECT_EQ(clock.nanoseconds, 999999000u);
-    EXPECT_EQ(zatOSWGetSysTimer(), static_cast<uint32_t>(0x7FFFFFFEull * 1000 + 999)) << "wraps";
-    clock = {1234567890, 123456789};
-    EXPECT_EQ(zatOSWSetClock(&clock), ZAT_OK);
-    EXPECT_EQ(clockSet.tv_sec, 1234567890);
-    EXPECT_EQ(clockSet.tv_usec, 123456);
+    for (const uint32_t seconds : {0x7FFFFFFEu, 0xFFFFFFFEu}) {
+        const WideTime time = {seconds, 999999};
+        wallClock = &time;
+        EXPECT_EQ(zatOSWGetClock(&clock), ZAT_OK);
+        EXPECT_EQ(clock.seconds, seconds);
+        EXPECT_EQ(clock.nanoseconds, 999999000u);
+        EXPECT_EQ(zatOSWGetSysTimer(), static_cast<uint32_t>(seconds * 1000ull + 999)) << "wraps";
+        wallClock = nullptr;
+        clock = {seconds, 123456789};
+        EXPECT_EQ(zatOSWSetClock(&clock), ZAT_OK);
+        EXPECT_EQ(clockSet.seconds, int64_t{seconds});
+        EXPECT_EQ(clockSet.microseconds, 123456);
+    }
     clockError = EPERM;
     EXPECT_EQ(zatOSWGetClock(&clock), ZatStatus{EPERM});
     EXPECT_EQ(zatOSWSetClock(&clock), ZatStatus{EPERM});
-    wallClock = nullptr;
     clockError = 0;
 }
 

@@ -198,10 +198,12 @@ extern "C" int open(const char* path, int flags, ...) {
     return openat(AT_FDCWD, path, flags, mode);
 }
 static bool reserveAll;
-extern "C" int stat(const char* path, struct stat* info) noexcept {
+extern "C" int statx(int directory, const char* path, int flags, unsigned wanted,
+                     struct statx* facts) noexcept {
+    static const auto next = reinterpret_cast<decltype(&statx)>(dlsym(RTLD_NEXT, "statx"));
     if (fails("stat", EIO)) return -1;
-    const int result = fstatat(AT_FDCWD, path, info, 0);
-    if (result == 0 && reserveAll) info->st_ino = 902131;
+    const int result = next(directory, path, flags, wanted, facts);
+    if (result == 0 && reserveAll) facts->stx_ino = 902131;
     return result;
 }
 extern "C" int rename(const char* from, const char* to) noexcept {

@@ -18,6 +18,7 @@ struct GenConsole {
     ZatEventSem wanted; /* posted when a line of standard input is wanted; 0: nobody reads it */
     uint32_t serial;    /* of the console; changes when it is taken away, too */
     uint32_t reader;    /* number of the task that reads standard input; 0: there is none */
+    int32_t process;    /* whose task that is: a forked child has it not */
     uint32_t component; /* under which everything is traced; of the console started last */
 };
 

@@ -3,6 +3,7 @@
 #include "gen/console/file_data.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <utility>
@@ -18,16 +19,16 @@ static void sayNotOpened(const char* path) {
 
 void* zatGENReadFileData(const char* path, uint32_t* sizeBytes) {
     if (path == nullptr || sizeBytes == nullptr) return nullptr;
-    struct stat facts;
+    struct statx facts;
     const GenFile file(fopen(path, "rbe"));
-    if (file == nullptr || fstat(fileno(file.get()), &facts) != 0) {
+    if (file == nullptr || statx(fileno(file.get()), "", AT_EMPTY_PATH, STATX_SIZE, &facts) != 0) {
         sayNotOpened(path);
         return nullptr;
     }
-    const auto size = static_cast<uint32_t>(facts.st_size);
+    const auto size = static_cast<uint32_t>(facts.stx_size);
     void* memory = nullptr;
     /* The size that a file of more than the memory has may look like a smaller one. */
-    const bool fits = facts.st_size == off_t{size};
+    const bool fits = facts.stx_size == size;
     if (fits && (!oswHasRoom(size) || zatOSWOrgAllocMemPart(0, &memory, size) != ZAT_OK))
         return nullptr;
     OswPartFreed<void> bytes(memory);

@@ -11,7 +11,7 @@
 #include "osw/lock_private.h"
 #include "osw/msg_queue.h"
 
-GenConsole genConsole = {PTHREAD_MUTEX_INITIALIZER, 0, 0, 0, 0, 0};
+GenConsole genConsole = {PTHREAD_MUTEX_INITIALIZER, 0, 0, 0, 0, 0, 0};
 
 void genSay(const char* format, ...) {
     va_list arguments;

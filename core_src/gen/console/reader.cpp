@@ -8,6 +8,7 @@
  */
 
 #include <stdio.h>
+#include <unistd.h>
 
 #include "gen/console/console_private.h"
 #include "gen/console/tape_private.h"
@@ -85,8 +86,9 @@ ZatStatus genStartReader() {
     uint32_t reader = 0;
     {
         const OswLock lock(genConsole.lock);
-        if (genConsole.reader != 0) return ZAT_OK;
+        if (genConsole.reader != 0 && genConsole.process == getpid()) return ZAT_OK;
         reader = genConsole.reader = ++lastReader;
+        genConsole.process = getpid();
     }
     ZatTaskId task = 0;
     const ZatStatus created =

@@ -105,9 +105,12 @@ static void discardGlobal(IpcLock& lock, const GlobalSem& global, bool fileIsOur
 static GlobalAttempt openGlobal(GlobalSem& global, bool& fileIsNew) {
     const ZatStatus status = oswIpcFindKey(ipcTableName, &global.key, &fileIsNew);
     if (status != ZAT_OK) return {status, status == ZAT_IPC_KEY_STAT_FAILED};
-    const IpcKeyFileLock file(ipcTableName);
     errno = 0;
-    if (!file.isHeld() || !oswIpcKeyIsCurrent(ipcTableName, global.key)) {
+    const IpcKeyFileLock file(ipcTableName);
+    /* Another user's file may be there to be looked at only, which must do. */
+    const bool mayGoOn = file.isHeld() || errno == EACCES;
+    errno = 0;
+    if (!mayGoOn || !oswIpcKeyIsCurrent(ipcTableName, global.key)) {
         /* Revoked meanwhile, by those who were leaving; or it cannot be looked at. */
         const bool again = errno == 0 || errno == ENOENT;
         if (fileIsNew && !again) zatOSWIpcRevokeServerIpcKey(ipcTableName);

@@ -101,9 +101,10 @@ static ZatStatus makePath(const char* name, KeyPath& path) {
 
 /* The key that a path has now; errno tells why it has none. */
 static bool statKey(const KeyPath& path, uint32_t& key) {
-    struct stat info;
-    if (stat(path.text, &info) != 0) return false;
-    key = static_cast<uint32_t>(info.st_ino);
+    /* stat() fails for a file with a date that 32 bits cannot tell. */
+    struct statx facts;
+    if (statx(AT_FDCWD, path.text, 0, STATX_INO, &facts) != 0) return false;
+    key = static_cast<uint32_t>(facts.stx_ino);
     return true;
 }
 

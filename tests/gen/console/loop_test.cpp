@@ -54,16 +54,26 @@ TEST_F(Console, CallsTheApplicationsFunctions) {
     EXPECT_EQ(calls, "01345201345201345012345012345Do  it|+Do  it||+|+|012345");
 }
 
+/** Tells what came; a child that is forked tells the rest first, in a console of its own. */
+void answer(char* line) {
+    dprintf(1, "<%s>%s\n", line, isRegistered("inputStdin") ? "" : " read by nobody");
+    if (strcmp(line, "last") == 0) queueLines("EXIT");
+    if (strcmp(line, "fork") != 0) return;
+    const pid_t child = fork();
+    if (child == 0) {
+        zatGENTermTaskControl();
+        zatGENStartTaskControl(1, component, "child", nullptr, nullptr);
+        _exit(0);
+    }
+    waitForExit(child);
+}
+
 /** Runs a console, or ends one inside a line, which goes on when another one has begun. */
 int runConsoles(const Lines& arguments) {
     zatOSWInit();
     zatGENMonTrcAll(ZAT_GEN_SYSTEM);
     zatGENMonTrcAll(component);
     zatGENSetPrintFunc([](auto, auto, auto, const char* text) { dprintf(1, "%s", text); });
-    const auto answer = [](char* line) {
-        dprintf(1, "<%s>%s\n", line, isRegistered("inputStdin") ? "" : " read by nobody");
-        if (strcmp(line, "last") == 0) queueLines("EXIT");
-    };
     if (arguments[0] == "end") {
         const Worker ender([] {
             int unread = 1;
@@ -105,6 +115,9 @@ TEST_F(Console, ReadsStandardInput) {
     EXPECT_EQ(runProcess({"end", ""}, "par"), "c>\n");
     EXPECT_TRUE(runProcess({"end", "tial\necho two\nlast\n"}, "par")
                     .ends_with("c>\ntwo\nc>\n<last>\nc>\n"));
+    EXPECT_EQ(runProcess({"-"}, "fork\none\nlast\n"),
+              "c>\n<fork>\nchild>\n<one>\nchild>\n<last>\nchild>\n"
+              "c>\n<one>\nc>\n<last>\nc>\n");
 }
 
 TEST_F(Console, StopsRepeatingWhenALineIsTyped) {
