@@ -3,7 +3,6 @@
 #include "osw/wide_time_private.h"
 
 #include <sys/time.h>
-#include <time.h>
 
 #include <algorithm>
 #include <limits>
@@ -25,6 +24,11 @@ int oswSetWallClock(const OswMoment& now) {
     time.tv_sec = systemTime(now.seconds);
     time.tv_usec = now.nanoseconds / 1000;
     return settimeofday(&time, nullptr);
+}
+
+void oswLocalTime(int64_t seconds, tm& result) {
+    const time_t time = systemTime(seconds);
+    localtime_r(&time, &result);
 }
 
 int oswCondWaitUntil(pthread_cond_t& condition, pthread_mutex_t& mutex, const OswMoment& deadline) {

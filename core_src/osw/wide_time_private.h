@@ -7,6 +7,7 @@
 
 #include <pthread.h>
 #include <stdint.h>
+#include <time.h>
 
 /* A moment of the wall clock. */
 struct OswMoment {
@@ -17,6 +18,9 @@ struct OswMoment {
 /* The wall clock, in whole microseconds. They return 0, or -1 with errno set. */
 int oswGetWallClock(OswMoment& now);
 int oswSetWallClock(const OswMoment& now);
+
+/* The local time of a moment, in the zone that the C library has at present. */
+void oswLocalTime(int64_t seconds, tm& result);
 
 /* Waits on a condition until a moment; returns what the thread library does. */
 int oswCondWaitUntil(pthread_cond_t& condition, pthread_mutex_t& mutex, const OswMoment& deadline);

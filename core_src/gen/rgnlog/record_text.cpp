@@ -13,6 +13,7 @@
 #include "gen/trace/component_private.h"
 #include "gen/trace/maintenance_record_private.h"
 #include "gen/trace/output.h"
+#include "osw/wide_time_private.h"
 
 static constexpr uint32_t type = ZAT_GEN_TRACE | ZAT_GEN_MONITOR;
 
@@ -25,6 +26,8 @@ static TimeOfDay timeOf(const GenRingEntry& entry) {
     TimeOfDay result = {};
     const auto seconds = static_cast<time_t>(entry.time.seconds);
     zatCLBLocalTime_r(&seconds, &result.time);
+    /* With 32 bits, a time beyond 2038 is one before 1970. */
+    if (seconds < 0) oswLocalTime(entry.time.seconds, result.time);
     result.microseconds = entry.time.nanoseconds / 1000;
     return result;
 }

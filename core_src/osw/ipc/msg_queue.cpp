@@ -1,7 +1,8 @@
 /*
  * Named message queues: messages travel through a System V queue, an entry counts them. The kernel
- * is never asked for more than the count allows, and never blocks under the lock: a process that
- * was killed between its call and the count leaves them apart, which a closer look puts right.
+ * is never asked for more than the count allows, and never blocks under the lock. A process that
+ * was killed between its call and the count leaves the count too high, which is put right where
+ * the queue seems full, or has nothing to receive.
  */
 
 #include "osw/ipc/msg_queue.h"
@@ -51,9 +52,8 @@ static ZatStatus lookToSend(IpcHandle& handle, IpcComer comer) {
     return queue.messages < queue.capacity ? ZatStatus{ZAT_OK} : ZatStatus{IPC_UNAVAILABLE};
 }
 
-static ZatStatus lookToReceive(IpcHandle& handle, IpcComer comer) {
-    IpcQueueBody& queue = handle.entry->queue;
-    if (queue.messages == 0 && comer == IpcComer::Looking) recountMessages(queue);
+static ZatStatus lookToReceive(IpcHandle& handle, IpcComer) {
+    const IpcQueueBody& queue = handle.entry->queue;
     return queue.messages > 0 ? ZatStatus{ZAT_OK} : ZatStatus{IPC_UNAVAILABLE};
 }
 
@@ -65,16 +65,18 @@ static ZatStatus send(IpcHandle& handle, void* data) {
     const uint32_t length = std::min(transfer.length, queue.messageSize);
     message->type = messageType;
     if (length > 0) memcpy(message + 1, transfer.message, length);
+    /* Counted first: a process that is killed here leaves a queue that seems fuller than it is. */
+    ++queue.messages;
     int result = msgsnd(queue.queueId, message, length, IPC_NOWAIT);
     while (result != 0 && errno == EINTR)
         result = msgsnd(queue.queueId, message, length, IPC_NOWAIT);
     if (result != 0) {
+        --queue.messages;
         if (errno != EAGAIN) return ZAT_IPC_MSGSND_FAILED;
         recountMessages(queue);
         return queue.messages < queue.capacity ? ZatStatus{ZAT_IPC_MSGSND_FAILED}
                                                : ZatStatus{IPC_UNAVAILABLE};
     }
-    ++queue.messages;
     queue.sender = oswIpcCaller();
     return queue.receivers == 0 ? ZatStatus{ZAT_OK}
                                 : oswIpcPostOne(*handle.entry, IPC_WAITS_TO_RECEIVE);
