@@ -13,27 +13,24 @@
 #include "osw/worker.h"
 
 static constexpr char tableName[] = "zatoswipcglobalshm";
-static ZatIpcHandle object;
 
 static uint32_t join(uint32_t, uint32_t) {
     return zatOSWIpcInit();
 }
-static uint32_t make(uint32_t number, uint32_t) {
+static uint32_t make(uint32_t number, uint32_t = 0) {
     return zatOSWIpcCreateCountSem(("object" + std::to_string(number)).c_str(), &object, 0, 1);
 }
-static uint32_t await(uint32_t timeoutMs, uint32_t) {
-    return zatOSWIpcWaitCountSem(object, timeoutMs);
-}
-static uint32_t makeNamed(uint32_t length, uint32_t) {
+static constexpr OnObject<zatOSWIpcWaitCountSem> await;
+static uint32_t makeNamed(uint32_t length, uint32_t = 0) {
     return zatOSWIpcCreateMutexSem(std::string(length, 'n').c_str(), &object, 0, 1);
 }
 /* Comes up, uses an object and terminates, again and again. */
 static uint32_t comeAndGo(uint32_t times, uint32_t) {
     for (ZatStatus status = ZAT_OK; times > 0; --times) {
         if ((status = zatOSWIpcInit()) != ZAT_OK) return status;
-        if ((status = make(times % 2, 0)) != ZAT_OK) return status;
+        if ((status = make(times % 2)) != ZAT_OK) return status;
         if ((status = zatOSWIpcPostCountSem(object)) != ZAT_OK) return status;
-        if ((status = await(0, 0)) != ZAT_OK) return status;
+        if ((status = await()) != ZAT_OK) return status;
         if (times % 3 != 0 && (status = zatOSWIpcDeleteCountSem(object)) != ZAT_OK) return status;
         zatOSWIpcTerm();
     }
@@ -42,13 +39,8 @@ static uint32_t comeAndGo(uint32_t times, uint32_t) {
 
 namespace {
 
-key_t keyOf(const std::string& name) {
-    uint32_t key = 0;
-    EXPECT_EQ(zatOSWIpcGetServerIpcKey(name.c_str(), 0, &key), ZAT_OK);
-    return static_cast<key_t>(key);
-}
-uint32_t semaphoresOf(const std::string& name) {
-    return static_cast<uint32_t>(semget(keyOf(name), 0, 0));
+uint32_t semaphores(const char* name) {
+    return static_cast<uint32_t>(semaphoresOf(name));
 }
 
 /* A page as all processes see it. */
@@ -85,26 +77,25 @@ TEST(SharedTable, IsLaidOutAsEveryProcessExpects) {
     EXPECT_EQ(zatOSWIpcSendMsgQueue(queue, "", 1, 0, 0), ZAT_OK);
 
     Page expected = {1, 1, 4096, 4096, 0xFFFFFFFF};
-    expectEntry(expected, 0, 0,
-                {{40, process}, {44, thread}, {56, 1}, {64, semaphoresOf("x_msem")}});
+    expectEntry(expected, 0, 0, {{40, process}, {44, thread}, {56, 1}, {64, semaphores("x_msem")}});
     expectEntry(expected, 1, 1,
-                {{48, process}, {52, thread}, {56, 4}, {64, semaphoresOf("x_csem")}, {72, 3}});
-    expectEntry(expected, 2, 2, {{56, 1}, {64, semaphoresOf("x_esem")}, {72, 1}});
+                {{48, process}, {52, thread}, {56, 4}, {64, semaphores("x_csem")}, {72, 3}});
+    expectEntry(expected, 2, 2, {{56, 1}, {64, semaphores("x_esem")}, {72, 1}});
     expectEntry(expected, 3, 3,
                 {{40, process},
                  {44, thread},
                  {56, 7},
                  {60, 64},
                  {64, 1},
-                 {76, semaphoresOf("x_msg")},
+                 {76, semaphores("x_msg")},
                  {80, static_cast<uint32_t>(msgget(keyOf("x_msg"), 0))}});
-    expectEntry(expected, 4, 4, {{56, 8192}, {64, semaphoresOf("x_tmr")}});
+    expectEntry(expected, 4, 4, {{56, 8192}, {64, semaphores("x_tmr")}});
     expectEntry(expected, 5, 5,
                 {{40, process},
                  {44, thread},
                  {48, process},
                  {52, thread},
-                 {56, semaphoresOf("x_sel")},
+                 {56, semaphores("x_sel")},
                  {60, 1}});
     expectEntry(expected, 6, 6,
                 {{40, static_cast<uint32_t>(shmget(keyOf("x_shm"), 0, 0))}, {44, 4096}});
@@ -120,7 +111,7 @@ TEST(SharedTable, IsLaidOutAsEveryProcessExpects) {
 
 TEST(SharedTable, GrowsByAPageWhoseKeyFileStays) {
     for (uint32_t i = 0; i < 49; ++i)
-        ASSERT_EQ(make(i, 0), ZAT_OK);
+        ASSERT_EQ(make(i), ZAT_OK);
     const Page& first = page(tableName);
     const std::string second = std::string(tableName) + "1";
     EXPECT_EQ(first[0], 2u);
@@ -132,7 +123,7 @@ TEST(SharedTable, GrowsByAPageWhoseKeyFileStays) {
         Peer peer;
         EXPECT_EQ(peer(make, 48), ZAT_OK) << "a page that it did not know";
         EXPECT_EQ(next[13], 2u);
-        EXPECT_EQ(make(49, 0), ZAT_OK);
+        EXPECT_EQ(make(49), ZAT_OK);
         EXPECT_EQ(peer(make, 49), ZAT_OK);
         EXPECT_EQ(first[0], 2u);
     }
@@ -144,43 +135,43 @@ TEST(SharedTable, GrowsByAPageWhoseKeyFileStays) {
 }
 
 TEST(SharedTable, CutsNamesAndLooksForThemWhole) {
-    ASSERT_EQ(makeNamed(32, 0), ZAT_OK);
+    ASSERT_EQ(makeNamed(32), ZAT_OK);
     const std::string file = std::string(31, 'n') + "_msem";
     const auto isThere = [=] { return std::filesystem::exists(getenv("GEN_MSGQ_PATH") + file); };
     EXPECT_TRUE(isThere());
     Peer peer;
     ZatIpcHandle cut = object;
-    EXPECT_EQ(makeNamed(32, 0), ZAT_IPC_SEMGET_FAILED);
+    EXPECT_EQ(makeNamed(32), ZAT_IPC_SEMGET_FAILED);
     EXPECT_EQ(peer(makeNamed, 32), ZAT_IPC_SEMGET_FAILED);
     EXPECT_TRUE(isThere()) << "it is the first one's";
-    EXPECT_EQ(makeNamed(31, 0), ZAT_OK);
+    EXPECT_EQ(makeNamed(31), ZAT_OK);
     EXPECT_EQ(object, cut) << "what it is called now";
     EXPECT_EQ(zatOSWIpcDeleteMutexSem(object), ZAT_OK);
     EXPECT_EQ(zatOSWIpcDeleteMutexSem(object), ZAT_OK);
     EXPECT_FALSE(isThere());
-    EXPECT_EQ(makeNamed(32, 0), ZAT_OK);
+    EXPECT_EQ(makeNamed(32), ZAT_OK);
 }
 
 TEST(SharedLayer, EndsWaitsWhenItGoesAndIsUsableWhenItComesBack) {
-    ASSERT_EQ(make(1, 0), ZAT_OK);
-    ASSERT_EQ(await(0, 0), ZAT_OK);
+    ASSERT_EQ(make(1), ZAT_OK);
+    ASSERT_EQ(await(), ZAT_OK);
     for (const bool alone : {false, true}) {
         std::optional<Peer> peer;
         if (!alone) {
             EXPECT_EQ(peer.emplace()(make, 1), ZAT_OK);
         }
-        Worker waiter([] { return await(ZAT_FOREVER, 0); });
-        EXPECT_TRUE(blockedReach(object, ZAT_IPC_TYPE_COUNT, 1));
+        Worker waiter([] { return await(ZAT_FOREVER); });
+        EXPECT_TRUE(blockedReach(ZAT_IPC_TYPE_COUNT, 1));
         zatOSWIpcTerm();
         const ZatStatus status = waiter.join();
         EXPECT_TRUE(status == ZAT_IPC_NO_OBJECT || status == ZAT_IPC_SEM_REMOVED) << status;
-        EXPECT_EQ(await(0, 0), ZAT_IPC_SEMOP_FAILED);
-        EXPECT_EQ(make(1, 0), ZAT_IPC_SEMOP_FAILED) << "it does not come back by itself";
+        EXPECT_EQ(await(), ZAT_IPC_SEMOP_FAILED);
+        EXPECT_EQ(make(1), ZAT_IPC_SEMOP_FAILED) << "it does not come back by itself";
         EXPECT_EQ(keyFiles().empty(), alone);
         EXPECT_EQ(zatOSWIpcInit(), ZAT_OK);
-        EXPECT_EQ(await(0, 0), ZAT_IPC_NO_OBJECT);
-        ASSERT_EQ(make(1, 0), ZAT_OK);
-        EXPECT_EQ(await(0, 0), alone ? ZAT_OK : ZAT_TIMED_OUT) << "what was left of it";
+        EXPECT_EQ(await(), ZAT_IPC_NO_OBJECT);
+        ASSERT_EQ(make(1), ZAT_OK);
+        EXPECT_EQ(await(), alone ? ZAT_OK : ZAT_TIMED_OUT) << "what was left of it";
     }
 }
 
@@ -191,8 +182,7 @@ TEST(SharedLayer, IsCleanedUpByTheLastProcessThatIsNotKilled) {
             ASSERT_EQ((*peer)(make, 0), ZAT_OK);
         killed.kill();
     }
-    EXPECT_EQ(systemVObjects(), 0);
-    EXPECT_EQ(keyFiles(), std::vector<std::string>());
+    expectNothingLeft();
 }
 
 TEST(SharedLayer, ComesUpWhileTheLastProcessBeforeItTerminates) {
@@ -201,8 +191,7 @@ TEST(SharedLayer, ComesUpWhileTheLastProcessBeforeItTerminates) {
         peer.begin(comeAndGo, isSlow() ? 50 : 2000);
     for (Peer& peer : peers)
         EXPECT_EQ(peer.end(), ZAT_OK);
-    EXPECT_EQ(systemVObjects(), 0);
-    EXPECT_EQ(keyFiles(), std::vector<std::string>());
+    expectNothingLeft();
 }
 
 /* Whoever makes a lock semaphore may be killed before it is set. */
@@ -221,8 +210,7 @@ TEST(SharedLayer, RepairsALockThatWasMadeButNeverSet) {
             for (Peer& peer : peers)
                 EXPECT_EQ(peer.end(), ZAT_OK) << lock;
         }
-        EXPECT_EQ(systemVObjects(), 0);
-        EXPECT_EQ(keyFiles(), std::vector<std::string>());
+        expectNothingLeft();
     }
 }
 
