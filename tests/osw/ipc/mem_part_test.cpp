@@ -9,6 +9,8 @@
 
 #include <map>
 
+#include "osw/init.h"
+#include "osw/ipc/ipc_init.h"
 #include "osw/ipc/ipc_status.h"
 #include "osw/ipc/shared_part.h"
 #include "osw/mem_checker.h"
@@ -214,21 +216,30 @@ TEST(MemPart, IsSharedUntilTheLastDelete) {
 
 TEST(MemPartReport, ListsThePartitionsOfTheProcess) {
     const auto show = [] { zatOSWIpcShowMemPartBlock(0x30, 15, "b"); };
+    const auto list = [] { zatOSWIpcShowMemPartList(0x30, 15); };
+    const auto isIn = [](const std::string& text, const char* line) {
+        return text.find(line) != std::string::npos;
+    };
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    EXPECT_TRUE(isIn(printedBy(list), "\n <no shared memory partition created>\n"));
     const Part part(4096, "a");
     EXPECT_EQ(printedBy(show), " <shared memory partition not found>\n");
     const Part other(8192, "b");
+    EXPECT_TRUE(isIn(printedBy(show), "\n  < no memory block allocated >\n"));
     other.take(100);
     EXPECT_EQ(printedBy(show).find("memory block offset & size:\n"), 0u);
     char rows[200];
     snprintf(rows, sizeof rows,
              "%8x %28s     4096        0        0\n%8x %28s     8192      120      120\n", part.id,
              "a", other.id, "b");
-    EXPECT_EQ(printedBy([] { zatOSWIpcShowMemPartList(0x30, 15); }),
+    EXPECT_EQ(printedBy(list),
               std::string("            cur-used peak-used\n           --------- ---------\n"
                           "shm usage:     12288     12288\n"
                           " part-id       part-name              mem-size mem-used mem-peak\n"
                           "-------- ---------------------------- -------- -------- --------\n") +
                   rows);
+    zatOSWIpcTerm();
+    EXPECT_EQ(printedBy(list), " <failed to get shared memory partition information>\n");
 }
 
 TEST(MemPart, SurvivesAKillAtAnyInstruction) {

@@ -93,8 +93,7 @@ TEST(SharedQueue, KeepsMessagesInOrderAndWithinItsBounds) {
 
 TEST(SharedQueue, CarriesMessagesBetweenProcessesThatWaitForEachOther) {
     ASSERT_EQ(make(1), ZAT_OK);
-    Peer peer;
-    ASSERT_EQ(peer(make, 1), ZAT_OK);
+    Peer peer(make, 1);
     peer.begin(receiveAscending, 1);
     const uint32_t count = emulated() ? 200 : 4000;
     for (uint32_t number = 1; number <= count; ++number)

@@ -97,6 +97,8 @@ class Peer {
         id_ = spawnSelf("peer", {std::to_string(ends[1])});
         close(ends[1]);
     }
+    /** One that has made its object. */
+    explicit Peer(PeerCall make, uint32_t a) : Peer() { EXPECT_EQ((*this)(make, a), ZAT_OK); }
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
     ~Peer() { leave(); }
@@ -152,15 +154,18 @@ inline IpcStatus stateOf(ZatIpcHandle handle, uint32_t type) {
     return status;
 }
 
-/** Threads of all processes that wait for the object, of both sorts together. */
-inline uint32_t blocked(uint32_t type) {
-    const IpcStatus status = stateOf(object, type);
+/** Threads of all processes that wait for an object, of both sorts together. */
+inline uint32_t blocked(ZatIpcHandle handle, uint32_t type) {
+    const IpcStatus status = stateOf(handle, type);
     return status.waiters + status.secondWaiters;
 }
 
 /** Waits until there are so many. */
+inline bool blockedReach(ZatIpcHandle handle, uint32_t type, uint32_t count) {
+    return waitFor([=] { return blocked(handle, type) == count; });
+}
 inline bool blockedReach(uint32_t type, uint32_t count) {
-    return waitFor([&] { return blocked(type) == count; });
+    return blockedReach(object, type, count);
 }
 
 /** The key of a name, and the semaphores that have it. */

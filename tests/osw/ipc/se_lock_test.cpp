@@ -126,9 +126,7 @@ TEST(SELock, PassesToAWriterBeforeAllReaders) {
 /* With the wake-up that it was sent: whoever waits looks for itself after a second. */
 TEST(SELock, PassesToReadersWhenTheWriterBeforeThemIsKilled) {
     ASSERT_EQ(make(ZAT_SE_LOCK_EXCLUSIVE), ZAT_OK);
-    Peer writer, reader;
-    for (Peer* peer : {&writer, &reader})
-        ASSERT_EQ((*peer)(make, ZAT_SE_LOCK_FREE), ZAT_OK);
+    Peer writer(make, ZAT_SE_LOCK_FREE), reader(make, ZAT_SE_LOCK_FREE);
     reader.begin(share, ZAT_FOREVER);
     writer.begin(own, ZAT_FOREVER);
     EXPECT_TRUE(waitingReach(1, 1));
@@ -144,8 +142,7 @@ TEST(SELock, PassesToReadersWhenTheWriterBeforeThemIsKilled) {
  * delete, though others share, whose holds are all given back. */
 TEST(SELock, CountsTheSharersOfAProcessAnewWithEachOfThem) {
     ASSERT_EQ(make(ZAT_SE_LOCK_FREE), ZAT_OK);
-    Peer peer;
-    ASSERT_EQ(peer(make, ZAT_SE_LOCK_FREE), ZAT_OK);
+    Peer peer(make, ZAT_SE_LOCK_FREE);
     const IpcHandle& handle = recordOf<IpcHandle>(object);
     Shared<bool> done;
     const auto shareTwice = [&done] {

@@ -31,8 +31,7 @@ uint32_t ownProcess() {
 TEST(SharedMutex, IsTakenAndGivenAsOftenByItsOwnerAlone) {
     ASSERT_EQ(makeMutex(1), ZAT_OK);
     EXPECT_EQ(mutexState().state, 0u);
-    Peer peer;
-    ASSERT_EQ(peer(makeMutex, 1), ZAT_OK);
+    Peer peer(makeMutex, 1);
     EXPECT_EQ(release(), ZAT_IPC_NOT_OWNER) << "nobody holds it";
     for (uint32_t depth = 1; depth <= 3; ++depth) {
         EXPECT_EQ(request(depth == 2 ? ZAT_FOREVER : 0), ZAT_OK);
@@ -91,8 +90,7 @@ TEST(SharedMutex, IsNotDeletedUnderAnotherTask) {
 TEST(SharedMutex, IsGivenBackByEachDeleteOfItsOwner) {
     ASSERT_EQ(makeMutex(1), ZAT_OK);
     ASSERT_EQ(makeMutex(1), ZAT_OK);
-    Peer peer;
-    ASSERT_EQ(peer(makeMutex, 1), ZAT_OK);
+    Peer peer(makeMutex, 1);
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(request(), ZAT_OK);
         EXPECT_EQ(request(), ZAT_OK);
@@ -106,8 +104,7 @@ TEST(SharedMutex, IsGivenBackByEachDeleteOfItsOwner) {
 }
 
 TEST(SharedCount, IsTheSameNumberForAllItsCreators) {
-    Peer peer;
-    ASSERT_EQ(peer(makeCount, 5), ZAT_OK);
+    Peer peer(makeCount, 5);
     EXPECT_EQ(makeCount(3), ZAT_IPC_BAD_PARAMETERS);
     ASSERT_EQ(makeCount(5), ZAT_OK);
     EXPECT_EQ(peer(waitCount), ZAT_OK);
@@ -126,8 +123,7 @@ TEST(SharedCount, IsTheSameNumberForAllItsCreators) {
 TEST(SharedCount, HandsAUnitOnWhenItsWaiterIsDeletedMeanwhile) {
     SKIP_IF_THREADS_ARE_FOLLOWED();
     ASSERT_EQ(makeCount(0), ZAT_OK);
-    Peer peer;
-    ASSERT_EQ(peer(makeCount, 0), ZAT_OK);
+    Peer peer(makeCount, 0);
     Stopwatch stopwatch;
     const int rounds = emulated() ? 5 : 50;
     for (int i = 0; i < rounds; ++i) {
@@ -172,9 +168,7 @@ TEST(SharedEvent, IsSignalledOnceHoweverOftenItIsPosted) {
 
 TEST(SharedEvent, IsForOneWaiterWhenPostedAndForAllWhenFlushed) {
     ASSERT_EQ(makeEvent(0), ZAT_OK);
-    Peer peers[2];
-    for (Peer& peer : peers)
-        ASSERT_EQ(peer(makeEvent, 0), ZAT_OK);
+    Peer peers[] = {Peer(makeEvent, 0), Peer(makeEvent, 0)};
     for (int round = 0; round < (emulated() ? 3 : 20); ++round) {
         for (Peer& peer : peers)
             peer.begin(waitEvent, ZAT_FOREVER);

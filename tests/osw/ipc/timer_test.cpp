@@ -84,8 +84,7 @@ TEST(SharedTimer, IsServedByTheProcessThatStartedItWithAHandler) {
 
 TEST(SharedTimer, IsStoppedAndBeginsAnewAtAnyProcesssWish) {
     ASSERT_EQ(make(stackSize), ZAT_OK);
-    Peer peer;
-    ASSERT_EQ(peer(make, stackSize), ZAT_OK);
+    Peer peer(make, stackSize);
     EXPECT_EQ(serve(700), ZAT_OK);
     EXPECT_EQ(state().state, ZAT_IPC_TIMER_RUNNING);
     EXPECT_EQ(peer(stop), ZAT_OK);
@@ -105,8 +104,7 @@ TEST(SharedTimer, IsStoppedAndBeginsAnewAtAnyProcesssWish) {
 TEST(SharedTimer, MovesToAnotherProcessWhenTheServingOneDeletesIt) {
     ASSERT_EQ(make(stackSize), ZAT_OK);
     ASSERT_EQ(make(stackSize), ZAT_OK);
-    Peer peer;
-    ASSERT_EQ(peer(make, stackSize), ZAT_OK);
+    Peer peer(make, stackSize);
     ASSERT_EQ(serve(never), ZAT_OK);
     EXPECT_TRUE(isRegistered("oswipctmr"));
     EXPECT_EQ(removeTimer(), ZAT_OK) << "not the last one";
@@ -131,8 +129,7 @@ TEST(SharedTimer, MovesToAnotherProcessWhenTheServingOneDeletesIt) {
 
 TEST(SharedTimer, OfAKilledProcessIsServedByTheNextHandler) {
     ASSERT_EQ(make(stackSize), ZAT_OK);
-    Peer peer;
-    ASSERT_EQ(peer(make, stackSize), ZAT_OK);
+    Peer peer(make, stackSize);
     ASSERT_EQ(peer(serve, never), ZAT_OK);
     peer.kill();
     EXPECT_EQ(start(1), ZAT_OK) << "nobody hears it";

@@ -89,7 +89,7 @@ static uint32_t remove(uint32_t kind, uint32_t = 0) {
     return kinds[kind].remove(object);
 }
 static uint32_t countBlocked(uint32_t kind, uint32_t = 0) {
-    return blocked(kinds[kind].type);
+    return blocked(object, kinds[kind].type);
 }
 
 namespace {
@@ -145,8 +145,7 @@ TEST_P(SharedWait, AnObjectLivesAsLongAsAnyProcessHasAHandle) {
 
 TEST_P(SharedWait, ServesAWaiterInAnotherProcess) {
     makeBusy();
-    Peer peer;
-    ASSERT_EQ(peer(make, index), ZAT_OK);
+    Peer peer(make, index);
     EXPECT_EQ(peer(await, index, 0), ZAT_TIMED_OUT);
     for (int i = 0; i < 3; ++i) {
         peer.begin(pass, index, i == 0 ? ZAT_FOREVER : 15000);
@@ -182,8 +181,7 @@ TEST_P(SharedWait, TimesOutNoEarlierThanItShouldAndRestoresTheSignals) {
 
 TEST_P(SharedWait, EndsWhenItsProcessDeletesTheHandle) {
     makeBusy();
-    Peer peer;
-    ASSERT_EQ(peer(make, index), ZAT_OK);
+    Peer peer(make, index);
     peer.begin(pass, index, ZAT_FOREVER);
     Worker waiter([this] { return kind.wait(object, ZAT_FOREVER); });
     Worker timed([this] { return kind.wait(object, 15000); });
@@ -217,8 +215,7 @@ TEST_P(SharedWait, EndsWithADeletedTaskAndGoesOnForOthers) {
     SKIP_IF_THREADS_ARE_FOLLOWED();
     makeBusy();
     const auto& waiters = recordOf<IpcHandle>(object).waiters;
-    Peer peer;
-    ASSERT_EQ(peer(make, index), ZAT_OK);
+    Peer peer(make, index);
     peer.begin(pass, index, ZAT_FOREVER);
     EXPECT_TRUE(blockedReach(1));
     for (const ZatTimeoutMs timeoutMs : {ZAT_FOREVER, 15000u}) {
