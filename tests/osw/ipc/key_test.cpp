@@ -82,7 +82,6 @@ ZatStatus statusOf(const char* name) {
 }
 
 TEST(Key, IsTheInodeOfTheKeyFileUntilItIsRevoked) {
-    othersAreFirst = true;
     const std::string path = keyDirectory() + "first";
     const uint32_t key = keyOf("first");
     EXPECT_EQ(key, inodeOf(path));
@@ -100,7 +99,9 @@ TEST(Key, IsTheInodeOfTheKeyFileUntilItIsRevoked) {
 }
 
 TEST(KeyDirectory, IsAPrefixMadeLevelByLevelAndChosenOnce) {
-    const std::string prefix = testing::TempDir() + "one/two//three/";
+    /* More levels than attempts that other calls have made before. */
+    const std::string prefix = testing::TempDir() + "1/2//3/4/5/6/7/8/9/";
+    othersAreFirst = true;
     setenv("GEN_MSGQ_PATH", (prefix + "not-a-level-").c_str(), 1);
     umask(0);
     EXPECT_TRUE(isKeyedBy("name", prefix + "not-a-level-name"));

@@ -165,6 +165,10 @@ TEST(MemPartReport, TellsOfDamage) {
     printedBy([&] { EXPECT_EQ(part.free(32), ZAT_OSW_PART_BAD_BLOCK); });
     EXPECT_EQ(part.tagAt(16)->sizeFlags, 24u) << "marked free";
     EXPECT_EQ(printedBy(info).find(mismatch + "          "), 0u);
+    shmHeadOf(part.heap).curBlocks = 0;
+    EXPECT_EQ(printedBy(info).find(mismatch + "!! Broken"), 0u) << "more than are counted";
+    part.tagAt(40)->sizeFlags = 4097;
+    printedBy([&] { EXPECT_EQ(part.free(56), ZAT_OSW_PART_BAD_BLOCK); });
     for (const uint32_t size : {15u, 4096u, 0xFFFFFFFEu}) {
         part.tagAt(40)->sizeFlags = size;
         EXPECT_EQ(printedBy(info).find(mismatch + "!! Broken memory block chain !!\n  "), 0u);
@@ -226,11 +230,13 @@ TEST(MemPartReport, ListsThePartitionsOfTheProcess) {
     EXPECT_EQ(printedBy(show), " <shared memory partition not found>\n");
     const Part other(8192, "b");
     EXPECT_TRUE(isIn(printedBy(show), "\n  < no memory block allocated >\n"));
+    const uint32_t first = other.take(8);
     other.take(100);
-    EXPECT_EQ(printedBy(show).find("memory block offset & size:\n"), 0u);
+    EXPECT_EQ(other.free(first), ZAT_OK);
+    EXPECT_TRUE(isIn(printedBy(show), "\n      2     -1       56      100      104\n"));
     char rows[200];
     snprintf(rows, sizeof rows,
-             "%8x %28s     4096        0        0\n%8x %28s     8192      120      120\n", part.id,
+             "%8x %28s     4096        0        0\n%8x %28s     8192      120      144\n", part.id,
              "a", other.id, "b");
     EXPECT_EQ(printedBy(list),
               std::string("            cur-used peak-used\n           --------- ---------\n"
@@ -265,6 +271,13 @@ TEST(MemPart, SurvivesAKillAtAnyInstruction) {
     EXPECT_EQ(status, 0);
     EXPECT_GT(steps, 1000);
     EXPECT_EQ(part.blocks().size(), 1u);
+    /* As if two frees were not ended: the third one merges them all. */
+    for (int i = 0; i < 3; ++i)
+        part.take(8);
+    for (const uint32_t at : {16u, 40u})
+        part.tagAt(at)->sizeFlags &= ~shmAllocated;
+    EXPECT_EQ(part.free(80), ZAT_OK);
+    EXPECT_EQ(part.maxFree(), 400u - 16 - 16);
 }
 
 }  // namespace

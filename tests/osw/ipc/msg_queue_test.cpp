@@ -208,7 +208,7 @@ TEST(SharedQueue, ThatTheSystemRefusesToHoldLeavesNothing) {
     const int objects = systemVObjects();
     const auto files = keyFiles();
     object = 4711;
-    for (const auto& [capacity, size] : {std::pair{2u, limit / 2 + 1}, {70000u, 70000u}}) {
+    for (const auto& [capacity, size] : {std::pair{2u, limit / 2 + 1}, {(1u << 20) + 1, 4096u}}) {
         EXPECT_EQ(zatOSWIpcCreateMsgQueue("queue", &object, capacity, size, 0),
                   ZAT_IPC_QUEUE_LIMIT_FAILED);
         EXPECT_EQ(object, 4711u);

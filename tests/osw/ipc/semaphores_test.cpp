@@ -1,5 +1,6 @@
 /* What is particular to named mutexes, counts and events; see wait_test.cpp for what they share. */
 
+#include "osw/ipc/object_private.h"
 #include "osw/ipc/peer.h"
 #include "osw/worker.h"
 
@@ -103,6 +104,15 @@ TEST(SharedMutex, IsGivenBackByEachDeleteOfItsOwner) {
     EXPECT_EQ(removeMutex(), ZAT_IPC_NO_OBJECT);
 }
 
+TEST(SharedMutex, IsAForkedChildsOwn) {
+    ASSERT_EQ(makeMutex(1), ZAT_OK);
+    const pid_t child = fork();
+    if (child == 0) _exit(static_cast<int>(request()));
+    EXPECT_EQ(waitForExit(child), 0);
+    EXPECT_EQ(mutexState().process, static_cast<uint32_t>(child));
+    EXPECT_EQ(request(), ZAT_TIMED_OUT);
+}
+
 TEST(SharedCount, IsTheSameNumberForAllItsCreators) {
     Peer peer(makeCount, 5);
     EXPECT_EQ(makeCount(3), ZAT_IPC_BAD_PARAMETERS);
@@ -185,6 +195,26 @@ TEST(SharedEvent, IsForOneWaiterWhenPostedAndForAllWhenFlushed) {
         for (Peer& peer : peers)
             EXPECT_EQ(peer.end(), ZAT_OK);
         EXPECT_EQ(stateOf(object, ZAT_IPC_TYPE_EVENT).state, 1u);
+    }
+}
+
+/* It was stopped with the wake-up in its hands. */
+TEST(SharedEvent, IsWholeWhenTheWaiterThatItReleasedIsKilled) {
+    ASSERT_EQ(makeEvent(0), ZAT_OK);
+    const uint32_t& broadcast = recordOf<IpcHandle>(object).entry->sem.broadcast;
+    for (const bool isReset : {false, true}) {
+        Peer peer(makeEvent, 0);
+        peer.begin(waitEvent, ZAT_FOREVER);
+        EXPECT_TRUE(blockedReach(ZAT_IPC_TYPE_EVENT, 1));
+        peer.signal(SIGSTOP);
+        EXPECT_EQ(postEvent(), ZAT_OK);
+        EXPECT_EQ(broadcast, 1u);
+        peer.kill();
+        if (isReset) {
+            EXPECT_EQ(resetEvent(), ZAT_OK);
+            EXPECT_EQ(broadcast, 0u);
+        }
+        EXPECT_EQ(waitEvent(), isReset ? ZAT_TIMED_OUT : ZAT_OK) << "a post is for the next";
     }
 }
 

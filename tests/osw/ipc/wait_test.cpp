@@ -241,6 +241,9 @@ TEST_P(SharedWait, WithoutANameIsOfThisProcessAlone) {
     EXPECT_NE(another, object);
     EXPECT_EQ(kind.remove(another), ZAT_OK);
     ASSERT_EQ(kind.occupy(object), ZAT_OK);
+    if (kind.isHeld) {
+        EXPECT_NE(Worker([this] { return remove(index); }).join(), ZAT_OK) << "its handle stays";
+    }
     EXPECT_EQ(Worker([this] { return kind.wait(object, 0); }).join(), ZAT_TIMED_OUT);
     Worker waiter([this] { return pass(index, ZAT_FOREVER); });
     EXPECT_EQ(kind.give(object), ZAT_OK);
