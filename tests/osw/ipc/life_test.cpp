@@ -3,10 +3,10 @@
 #include <sys/shm.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <fstream>
-#include <map>
 #include <optional>
 
 #include "osw/ipc/peer.h"
@@ -51,15 +51,13 @@ const Page& page(const std::string& name) {
     return *static_cast<const Page*>(shmat(segment, nullptr, SHM_RDONLY));
 }
 
-/* Puts an entry of an expected page together: useCount and type, then words by their offsets. */
-void expectEntry(Page& page, uint32_t place, uint32_t type,
-                 const std::map<uint32_t, uint32_t>& words) {
-    uint32_t* entry = &page[5 + 21 * place];
+/* Puts an entry of an expected page together: useCount, type, and its words from offset 40 on. */
+void expectEntry(Page& page, uint32_t type, std::initializer_list<uint32_t> words) {
+    uint32_t* entry = &page[5 + 21 * type];
     strcpy(reinterpret_cast<char*>(entry), "x");
     entry[8] = 1;
     entry[9] = type;
-    for (const auto& [offset, value] : words)
-        entry[offset / 4] = value;
+    std::copy(words.begin(), words.end(), entry + 10);
 }
 
 TEST(SharedTable, IsLaidOutAsEveryProcessExpects) {
@@ -77,35 +75,20 @@ TEST(SharedTable, IsLaidOutAsEveryProcessExpects) {
     EXPECT_EQ(zatOSWIpcSendMsgQueue(queue, "", 1, 0, 0), ZAT_OK);
 
     Page expected = {1, 1, 4096, 4096, 0xFFFFFFFF};
-    expectEntry(expected, 0, 0, {{40, process}, {44, thread}, {56, 1}, {64, semaphores("x_msem")}});
-    expectEntry(expected, 1, 1,
-                {{48, process}, {52, thread}, {56, 4}, {64, semaphores("x_csem")}, {72, 3}});
-    expectEntry(expected, 2, 2, {{56, 1}, {64, semaphores("x_esem")}, {72, 1}});
-    expectEntry(expected, 3, 3,
-                {{40, process},
-                 {44, thread},
-                 {56, 7},
-                 {60, 64},
-                 {64, 1},
-                 {76, semaphores("x_msg")},
-                 {80, static_cast<uint32_t>(msgget(keyOf("x_msg"), 0))}});
-    expectEntry(expected, 4, 4, {{56, 8192}, {64, semaphores("x_tmr")}});
-    expectEntry(expected, 5, 5,
-                {{40, process},
-                 {44, thread},
-                 {48, process},
-                 {52, thread},
-                 {56, semaphores("x_sel")},
-                 {60, 1}});
-    expectEntry(expected, 6, 6,
-                {{40, static_cast<uint32_t>(shmget(keyOf("x_shm"), 0, 0))}, {44, 4096}});
+    expectEntry(expected, 0, {process, thread, 0, 0, 1, 0, semaphores("x_msem")});
+    expectEntry(expected, 1, {0, 0, process, thread, 4, 0, semaphores("x_csem"), 0, 3});
+    expectEntry(expected, 2, {0, 0, 0, 0, 1, 0, semaphores("x_esem"), 0, 1});
+    const auto queueId = static_cast<uint32_t>(msgget(keyOf("x_msg"), 0));
+    expectEntry(expected, 3, {process, thread, 0, 0, 7, 64, 1, 0, 0, semaphores("x_msg"), queueId});
+    expectEntry(expected, 4, {0, 0, 0, 0, 8192, 0, semaphores("x_tmr")});
+    expectEntry(expected, 5, {process, thread, process, thread, semaphores("x_sel"), 1});
+    expectEntry(expected, 6, {static_cast<uint32_t>(shmget(keyOf("x_shm"), 0, 0)), 4096});
     const Page& found = page(tableName);
     for (uint32_t word = 0; word < found.size(); ++word)
         EXPECT_EQ(found[word], expected[word]) << "offset " << word * 4;
     EXPECT_EQ(zatOSWIpcInit(), ZAT_OK) << "once more";
     EXPECT_EQ(found, expected);
-    Peer peer;
-    EXPECT_EQ(peer(join), ZAT_OK);
+    const Peer peer(join, 0);
     EXPECT_EQ(found[1], 2u);
 }
 

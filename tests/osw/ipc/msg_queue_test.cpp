@@ -8,7 +8,6 @@
 #include <cstring>
 #include <deque>
 #include <fstream>
-#include <set>
 
 #include "osw/ipc/object_private.h"
 #include "osw/ipc/peer.h"
@@ -101,30 +100,6 @@ TEST(SharedQueue, CarriesMessagesBetweenProcessesThatWaitForEachOther) {
     EXPECT_EQ(sendNumber(0, 10000), ZAT_OK);
     EXPECT_EQ(peer.end(), count + 1);
     EXPECT_EQ(state().otherProcess, peer.id());
-}
-
-TEST(SharedQueue, TakesTheMessagesOfBlockedSendersAsRoomIsMade) {
-    ASSERT_EQ(make(1), ZAT_OK);
-    Peer peers[2];
-    ASSERT_EQ(sendNumber(1, 0), ZAT_OK);
-    for (uint32_t i : {0u, 1u}) {
-        ASSERT_EQ(peers[i](make, 1), ZAT_OK);
-        peers[i].begin(sendNumber, i + 2, ZAT_FOREVER);
-    }
-    Worker local([] { return sendNumber(4, 15000); });
-    EXPECT_TRUE(waitFor([] { return state().waiters == 3; }));
-    std::set<uint32_t> received;
-    for (uint32_t left : {2u, 1u, 0u, 0u}) {
-        uint32_t number = 0;
-        EXPECT_EQ(receiveNumber(number, 10000), ZAT_OK);
-        received.insert(number);
-        EXPECT_TRUE(waitFor([=] { return state().waiters == left; }));
-    }
-    EXPECT_EQ(received, (std::set<uint32_t>{1, 2, 3, 4}));
-    EXPECT_EQ(messages(), 0u);
-    for (Peer& peer : peers)
-        EXPECT_EQ(peer.end(), ZAT_OK);
-    EXPECT_EQ(local.join(), ZAT_OK);
 }
 
 /* One timer serves all waiters of a handle: it is set forward and back as they come and go. */
