@@ -9,11 +9,10 @@
 
 #include <map>
 
-#include "osw/init.h"
 #include "osw/ipc/ipc_init.h"
 #include "osw/ipc/ipc_status.h"
 #include "osw/ipc/shared_part.h"
-#include "osw/mem_checker.h"
+#include "osw/worker.h"
 #include "support/selfstart.h"
 
 static std::string printed;
@@ -133,27 +132,25 @@ TEST(MemPartReport, FollowsAFreeThatFails) {
     EXPECT_EQ(part.free(64), ZAT_OK);
     const std::string text =
         printedBy([&] { EXPECT_EQ(part.free(64), ZAT_OSW_PART_NOT_ALLOCATED); });
-    char info[64];
-    snprintf(info, sizeof info, "mem part info: 0x%08x     4096     4048\n",
-             oswWord(part.heap.base));
-    EXPECT_EQ(text, std::string("<Fatal>:zatOSWIpcFreeOffsetMemPart():RC=0x20020111\n"
-                                "memory block offset & size:\n"
-                                " blk-no blk-id  offset  req-size blk-size\n"
-                                " ------ ------ -------- -------- --------\n"
-                                "      1      7       32        9       16\n"
-                                "                 address  mem size max free\n"
-                                "               ---------- -------- --------\n") +
-                        info +
-                        "           cur-used peek-used cur-blks peek-blks\n"
-                        "           -------- --------- -------- ---------\n"
-                        "mem usage:       32      2048        1         2\n"
-                        "            current block number\n"
-                        " blk-size -    8byte   16byte   32byte   64byte  128byte\n"
-                        "            -------- -------- -------- -------- -------- \n"
-                        "mem blocks:        0        0        1        0        0\n"
-                        " blk-size -  256byte  512byte   1Kbyte Ovr1Kbyte\n"
-                        "            -------- -------- -------- --------\n"
-                        "mem blocks:        0        0        0        0\n");
+    EXPECT_EQ(text,
+              "<Fatal>:zatOSWIpcFreeOffsetMemPart():RC=0x20020111\n"
+              "memory block offset & size:\n"
+              " blk-no blk-id  offset  req-size blk-size\n"
+              " ------ ------ -------- -------- --------\n"
+              "      1      7       32        9       16\n"
+              "                 address  mem size max free\n"
+              "               ---------- -------- --------\n" +
+                  format("mem part info: 0x%08x     4096     4048\n", oswWord(part.heap.base)) +
+                  "           cur-used peek-used cur-blks peek-blks\n"
+                  "           -------- --------- -------- ---------\n"
+                  "mem usage:       32      2048        1         2\n"
+                  "            current block number\n"
+                  " blk-size -    8byte   16byte   32byte   64byte  128byte\n"
+                  "            -------- -------- -------- -------- -------- \n"
+                  "mem blocks:        0        0        1        0        0\n"
+                  " blk-size -  256byte  512byte   1Kbyte Ovr1Kbyte\n"
+                  "            -------- -------- -------- --------\n"
+                  "mem blocks:        0        0        0        0\n");
 }
 
 TEST(MemPartReport, TellsOfDamage) {
@@ -234,16 +231,13 @@ TEST(MemPartReport, ListsThePartitionsOfTheProcess) {
     other.take(100);
     EXPECT_EQ(other.free(first), ZAT_OK);
     EXPECT_TRUE(isIn(printedBy(show), "\n      2     -1       56      100      104\n"));
-    char rows[200];
-    snprintf(rows, sizeof rows,
-             "%8x %28s     4096        0        0\n%8x %28s     8192      120      144\n", part.id,
-             "a", other.id, "b");
     EXPECT_EQ(printedBy(list),
-              std::string("            cur-used peak-used\n           --------- ---------\n"
-                          "shm usage:     12288     12288\n"
-                          " part-id       part-name              mem-size mem-used mem-peak\n"
-                          "-------- ---------------------------- -------- -------- --------\n") +
-                  rows);
+              "            cur-used peak-used\n           --------- ---------\n"
+              "shm usage:     12288     12288\n"
+              " part-id       part-name              mem-size mem-used mem-peak\n"
+              "-------- ---------------------------- -------- -------- --------\n" +
+                  format("%8x %28s     4096        0        0\n", part.id, "a") +
+                  format("%8x %28s     8192      120      144\n", other.id, "b"));
     zatOSWIpcTerm();
     EXPECT_EQ(printedBy(list), " <failed to get shared memory partition information>\n");
 }

@@ -143,20 +143,6 @@ TEST_P(SharedWait, AnObjectLivesAsLongAsAnyProcessHasAHandle) {
     EXPECT_EQ(systemVObjects(), before);
 }
 
-TEST_P(SharedWait, ServesAWaiterInAnotherProcess) {
-    makeBusy();
-    Peer peer(make, index);
-    EXPECT_EQ(peer(await, index, 0), ZAT_TIMED_OUT);
-    for (int i = 0; i < 3; ++i) {
-        peer.begin(pass, index, i == 0 ? ZAT_FOREVER : 15000);
-        EXPECT_TRUE(blockedReach(1));
-        EXPECT_EQ(kind.give(object), ZAT_OK);
-        EXPECT_EQ(peer.end(), ZAT_OK);
-        EXPECT_EQ(countBlocked(index), 0u);
-        EXPECT_EQ(kind.occupy(object), ZAT_OK);
-    }
-}
-
 TEST_P(SharedWait, TimesOutNoEarlierThanItShouldAndRestoresTheSignals) {
     makeBusy();
     Worker waiter([this] {
