@@ -133,7 +133,7 @@ TEST(SharedQueue, LetsEachReceiverGoAtItsOwnDeadline) {
         }
         return std::exchange(passed, {});
     };
-    EXPECT_EQ(outcome({1200, 1800, 300}, false), (TimeOuts{300, 1200, 1800}));
+    EXPECT_EQ(outcome({1600, 2200, 300}, false), (TimeOuts{300, 1600, 2200}));
     /* One of two is served, as a rule the first, and the timer is set back for the other. */
     EXPECT_EQ(outcome({1000, 1500}, true).size(), 1u);
     EXPECT_EQ(state().secondWaiters, 0u);
