@@ -181,7 +181,7 @@ damage 0 $table 8 'the table counts 4095 bytes in partitions' 4095
 damage 1 $table 20 ' A{32} \(mutex\): the name has no end' $(printf '0x41414141 %.0s' {1..8})
 damage 1 $table 140 'c \(type 4711\): there is no such type' 4711
 damage 1 $table 104 'm \(mutex\): the object is there twice' "$name" 0 0 0 0 0 0 0 1 0
-damage 0 $table 416 't \(timer\): there is no request 4711' 4711
+damage 0 $table 416 't \(timer\): there is no request 6' 6
 damage 0 $table 500 '^note: s \(lock\): .* was the last to share it$' 0 1
 damage 0 $table 252 "e \\(event\\): its semaphore 4711 is gone, or another's" 4711
 damage 0 $table 336 'it counts 4711 messages and has room for 3' 4711
