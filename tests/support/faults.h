@@ -135,21 +135,26 @@ void* zatOSWSubAllocMem(uint32_t size) {
     return block;
 }
 
-extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                              void* (*entry)(void*), void* argument) {
-    if (fails("pthread_create", EAGAIN)) return EAGAIN;
-    return real<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create")(
-        thread, attributes, entry, argument);
-}
-extern "C" pid_t fork() noexcept {
-    return fails("fork", EAGAIN) ? -1 : real<pid_t()>("fork")();
-}
-extern "C" void* dlopen(const char* path, int flags) noexcept {
-    return fails("dlopen", ENOMEM) ? nullptr : real<void*(const char*, int)>("dlopen")(path, flags);
-}
-extern "C" int semget(key_t key, int count, int flags) noexcept {
-    return fails("semget", ENOSPC) ? -1 : real<int(key_t, int, int)>("semget")(key, count, flags);
-}
+/** A function of the C library that fails, or is the real one. */
+#define FAILING(Result, function, parameters, arguments, error, failure)                         \
+    extern "C" Result function parameters noexcept {                                             \
+        return fails(#function, error) ? failure : real<Result parameters>(#function) arguments; \
+    }
+
+FAILING(int, pthread_create,
+        (pthread_t * thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* word),
+        (thread, attributes, entry, word), EAGAIN, EAGAIN)
+FAILING(pid_t, fork, (), (), EAGAIN, -1)
+FAILING(void*, dlopen, (const char* path, int flags), (path, flags), ENOMEM, nullptr)
+FAILING(int, semget, (key_t key, int count, int flags), (key, count, flags), ENOSPC, -1)
+FAILING(int, shmget, (key_t key, size_t size, int flags), (key, size, flags), ENOSPC, -1)
+FAILING(void*, shmat, (int id, const void* address, int flags), (id, address, flags), EMFILE,
+        reinterpret_cast<void*>(-1))
+FAILING(int, msgget, (key_t key, int flags), (key, flags), ENOSPC, -1)
+FAILING(int, mkdir, (const char* path, mode_t mode), (path, mode), EROFS, -1)
+FAILING(int, rename, (const char* from, const char* to), (from, to), EXDEV, -1)
+
+/* Only some of what these do fails. */
 union semun {
     int value;
     void* buffer;
@@ -167,22 +172,9 @@ extern "C" int semop(int id, sembuf* operations, size_t count) noexcept {
     if (operations->sem_op < 0 && fails("semop", EINVAL)) return -1;
     return real<int(int, sembuf*, size_t)>("semop")(id, operations, count);
 }
-extern "C" int shmget(key_t key, size_t size, int flags) noexcept {
-    return fails("shmget", ENOSPC) ? -1 : real<int(key_t, size_t, int)>("shmget")(key, size, flags);
-}
-extern "C" void* shmat(int id, const void* address, int flags) noexcept {
-    if (fails("shmat", EMFILE)) return reinterpret_cast<void*>(-1);
-    return real<void*(int, const void*, int)>("shmat")(id, address, flags);
-}
-extern "C" int msgget(key_t key, int flags) noexcept {
-    return fails("msgget", ENOSPC) ? -1 : real<int(key_t, int)>("msgget")(key, flags);
-}
 extern "C" int msgctl(int id, int command, msqid_ds* state) noexcept {
     if (command == IPC_STAT && fails("msgctl", EACCES)) return -1;
     return real<int(int, int, msqid_ds*)>("msgctl")(id, command, state);
-}
-extern "C" int mkdir(const char* path, mode_t mode) noexcept {
-    return fails("mkdir", EROFS) ? -1 : mkdirat(AT_FDCWD, path, mode);
 }
 /* These under the names that large files give them. */
 extern "C" FILE* fopen(const char* path, const char* mode) {
@@ -206,21 +198,17 @@ extern "C" int statx(int directory, const char* path, int flags, unsigned wanted
     if (result == 0 && reserveAll) facts->stx_ino = 902131;
     return result;
 }
-extern "C" int rename(const char* from, const char* to) noexcept {
-    return fails("rename", EXDEV) ? -1 : renameat(AT_FDCWD, from, AT_FDCWD, to);
-}
-
 /** Everything that a creation could leave behind: System V objects, attached segments, key files (a
  * sum over their names), open files, threads; and if the library is up, blocks of malloc() and of
  * the default partitions. */
 using Belongings = std::array<size_t, 7>;
 
-/** How often a directory's entries count; the semaphores' of partitions stay, each with its number.
- */
+/** The entries of a directory, or a sum over their names; the semaphores' of partitions stay, each
+ * with its number. */
 inline size_t entriesOf(const std::string& directory, bool byName = false) {
     size_t sum = 0;
-    if (!std::filesystem::exists(directory)) return sum;
-    for (const auto& file : std::filesystem::directory_iterator(directory)) {
+    std::error_code missing;
+    for (const auto& file : std::filesystem::directory_iterator(directory, missing)) {
         const std::string name = file.path().filename();
         if (name.rfind("oswsysvsem_", 0) != 0) sum += byName ? std::hash<std::string>()(name) : 1;
     }

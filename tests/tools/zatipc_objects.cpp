@@ -2,7 +2,7 @@
 //   objects NUMBER            one object of each kind in use, NUMBER event semaphores more; says
 //                             "ready" and lives until its standard input ends
 //   hold FILE                 takes a lock semaphore, says "ready" and keeps it as long as that
-//   spoil FILE                takes a lock semaphore for good
+//   spoil FILE NUMBER         adds to a lock semaphore for good
 //   orphan FILE NUMBER        key file and so many semaphores, without an entry
 //   segment FILE              prints the id of a key file's segment
 //   write FILE OFFSET WORD... words of a key file's segment; prints what they were
@@ -59,8 +59,10 @@ static void makeObjects(uint32_t number) {
     failed |= zatOSWIpcCreateTimer("t", &timer, 16384);
     failed |= zatOSWIpcCreateSELock("s", &lock, 0, 1);
     failed |= zatOSWIpcCreateMemPart(&part, "p", 4096);
-    failed |= zatOSWIpcRequestMutexSem(mutex, 0);
-    failed |= zatOSWIpcSendMsgQueue(queue, "12345678", 8, 0, 0);
+    for (int i = 0; i < 2; ++i)
+        failed |= zatOSWIpcRequestMutexSem(mutex, 0);
+    for (int i = 0; i < 3; ++i)
+        failed |= zatOSWIpcSendMsgQueue(queue, "12345678", 8, 0, 0);
     failed |= zatOSWIpcStartTimer(timer, 3600000, onTimer, 0);
     void* block = nullptr;
     failed |= zatOSWIpcAllocMemPart(part, &block, 100);
@@ -77,9 +79,9 @@ static void makeObjects(uint32_t number) {
     zatOSWTerm();
 }
 
-static void takeLock(const char* file, short flags) {
-    sembuf take = {0, -1, flags};
-    demand(semop(semget(keyOf(file), 1, 0), &take, 1) == 0, file);
+static void addToLock(const char* file, int number, short flags) {
+    sembuf operation = {0, static_cast<short>(number), flags};
+    demand(semop(semget(keyOf(file), 1, 0), &operation, 1) == 0, file);
 }
 
 static uint32_t* attach(const std::string& file) {
@@ -118,10 +120,10 @@ int main(int count, char** words) {
     const std::string command = words[1];
     if (command == "objects") makeObjects(static_cast<uint32_t>(atoi(words[2])));
     if (command == "hold") {
-        takeLock(words[2], SEM_UNDO);
+        addToLock(words[2], -1, SEM_UNDO);
         stayUntilEnd();
     }
-    if (command == "spoil") takeLock(words[2], 0);
+    if (command == "spoil") addToLock(words[2], atoi(words[3]), 0);
     if (command == "orphan") makeOrphan(words[2], atoi(words[3]));
     if (command == "segment") printf("%d\n", shmget(keyOf(words[2]), 0, 0));
     if (command == "scramble") scramble(static_cast<unsigned>(atoi(words[2])));

@@ -32,6 +32,20 @@ const Answers unnamed = {{"Sub", {ZAT_IPC_NO_MEMORY}},
                          {"Org", {ZAT_OSW_PART_EXHAUSTED}},
                          {"semop", {ZAT_IPC_SEMOP_FAILED}}};
 
+void onTimer(ZatTimer, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {}
+
+/** A timer that this process serves. */
+ZatStatus serve(ZatHandle* handle) {
+    ZatHandle timer = 0;
+    ZatStatus status = zatOSWIpcCreateTimer("served", &timer, 8192);
+    if (status == ZAT_OK) status = zatOSWIpcStartTimer(timer, 1000000, onTimer, 0);
+    if (status == ZAT_OK)
+        *handle = timer;
+    else
+        zatOSWIpcDeleteTimer(timer);
+    return status;
+}
+
 const std::vector<Creation>& kinds() {
     static const std::vector<Creation> all = {
         {"mutex", [](auto* h) { return zatOSWIpcCreateMutexSem("x", h, 0, 1); },
@@ -48,6 +62,7 @@ const std::vector<Creation>& kinds() {
          named({"semget", "semctl"})},
         {"partition", [](auto* h) { return zatOSWIpcCreateMemPart(h, "x", 4096); },
          zatOSWIpcDeleteMemPart, named({"shmget", "shmat"})},
+        {"served timer", serve, zatOSWIpcDeleteTimer, {{"pthread_create", {EAGAIN}}}},
         {"unnamed event", [](auto* h) { return zatOSWIpcCreateEventSem(nullptr, h, 0, 1); },
          zatOSWIpcDeleteEventSem, unnamed},
         {"unnamed queue", [](auto* h) { return zatOSWIpcCreateMsgQueue(nullptr, h, 4, 64, 0); },

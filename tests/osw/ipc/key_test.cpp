@@ -9,11 +9,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <deque>
+#include <filesystem>
 #include <fstream>
 #include <string>
-#include <vector>
-
-#include "support/selfstart.h"
 
 /** What the next queries of key files tell; after these, the truth. */
 enum class Look { Truth, Reserved, Failed };
@@ -53,6 +51,8 @@ extern "C" int mkdir(const char* path, mode_t mode) noexcept {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 std::string keyDirectory() {
     return getenv("GEN_MSGQ_PATH");
 }
@@ -81,13 +81,6 @@ ZatStatus statusOf(const char* name) {
     return status;
 }
 
-int tellKey(const std::vector<std::string>& arguments) {
-    const uint32_t key = keyOf(arguments.at(0));
-    std::ofstream(arguments.at(1)) << key;
-    return key == 0;
-}
-SelfRole tellKeyRole("tell-key", tellKey);
-
 TEST(Key, IsTheInodeOfTheKeyFileUntilItIsRevoked) {
     const std::string path = keyDirectory() + "first";
     const uint32_t key = keyOf("first");
@@ -105,36 +98,17 @@ TEST(Key, IsTheInodeOfTheKeyFileUntilItIsRevoked) {
     EXPECT_TRUE(isKeyedBy("first", path)) << "whenever it was made";
 }
 
-TEST(Key, IsTheSameInEveryProcess) {
-    std::vector<pid_t> children;
-    const auto output = [](int i) { return testing::TempDir() + "key" + std::to_string(i); };
-    for (int i = 0; i < 3; ++i)
-        children.push_back(spawnSelf("tell-key", {"shared", output(i)}));
-    for (int i = 0; i < 3; ++i) {
-        ASSERT_EQ(waitForExit(children[i]), 0) << "all make the directory at the same time";
-        uint32_t key = 0;
-        std::ifstream(output(i)) >> key;
-        EXPECT_EQ(key, keyOf("shared"));
-    }
-}
-
 TEST(KeyDirectory, IsAPrefixMadeLevelByLevelAndChosenOnce) {
-    const std::string prefix = testing::TempDir() + "one/two//three/";
+    /* More levels than attempts that other calls have made before. */
+    const std::string prefix = testing::TempDir() + "1/2//3/4/5/6/7/8/9/";
+    othersAreFirst = true;
     setenv("GEN_MSGQ_PATH", (prefix + "not-a-level-").c_str(), 1);
     umask(0);
     EXPECT_TRUE(isKeyedBy("name", prefix + "not-a-level-name"));
-    struct stat info;
-    ASSERT_EQ(stat((prefix + "..").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0777u);
-    ASSERT_EQ(stat((prefix + "not-a-level-name").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0666u);
+    EXPECT_EQ(fs::status(prefix + "..").permissions(), fs::perms(0777));
+    EXPECT_EQ(fs::status(prefix + "not-a-level-name").permissions(), fs::perms(0666));
     setenv("GEN_MSGQ_PATH", testing::TempDir().c_str(), 1);
     EXPECT_TRUE(isKeyedBy("other", prefix + "not-a-level-other"));
-}
-
-TEST(KeyDirectory, MayBeMadeByAnotherProcessMeanwhile) {
-    othersAreFirst = true;
-    EXPECT_TRUE(isKeyedBy("name", keyDirectory() + "name"));
 }
 
 TEST(KeyDirectory, LiesInTmpUnlessTheEnvironmentSaysOtherwise) {
@@ -183,21 +157,27 @@ TEST(ReservedKey, OfAFileThatIsThereAlreadyIsNotTaken) {
     EXPECT_EQ(inodeOf(path + "_collision_1"), 0u);
 }
 
+/* The number that the next file to be opened gets. */
+int nextFile() {
+    const int file = dup(0);
+    close(file);
+    return file;
+}
+
 TEST(KeyFailure, TellsTheStepThatFailedAndLeavesNoFileOpen) {
     keyOf("file");
-    const int nextFile = dup(0);
-    close(nextFile);
+    const int file = nextFile();
     EXPECT_EQ(statusOf(nullptr), ZAT_FAILED);
     EXPECT_EQ(zatOSWIpcGetServerIpcKey("name", 0, nullptr), ZAT_FAILED);
     EXPECT_EQ(statusOf("missing/name"), ZAT_IPC_KEY_CREATE_FAILED);
     for (const std::string& name :
-         {std::string("file/name"), std::string(256, 'n'), std::string(5000, 'n')})
+         {std::string("file/name"), std::string(256, 'n'), std::string(5000, 'n')}) {
         EXPECT_EQ(statusOf(name.c_str()), ZAT_IPC_KEY_STAT_FAILED);
-    for (const auto& sequence :
-         std::vector<std::deque<Look>>{{Look::Failed},
-                                       {Look::Truth, Look::Failed},
-                                       {Look::Truth, Look::Truth, Look::Failed}}) {
-        looks = sequence;
+        EXPECT_EQ(zatOSWIpcRevokeServerIpcKey(name.c_str()), ZAT_OK) << "there is none";
+    }
+    for (size_t truths : {0, 1, 2}) {
+        looks.assign(truths, Look::Truth);
+        looks.push_back(Look::Failed);
         EXPECT_EQ(statusOf("name"), ZAT_IPC_KEY_STAT_FAILED);
         zatOSWIpcRevokeServerIpcKey("name");
     }
@@ -206,9 +186,7 @@ TEST(KeyFailure, TellsTheStepThatFailedAndLeavesNoFileOpen) {
     looks = {Look::Truth, Look::Reserved};
     EXPECT_EQ(statusOf("name"), ZAT_IPC_KEY_RENAME_FAILED);
     EXPECT_TRUE(isKeyedBy("name", keyDirectory() + "name"));
-    const int after = dup(0);
-    close(after);
-    EXPECT_EQ(after, nextFile);
+    EXPECT_EQ(nextFile(), file);
 }
 
 }  // namespace

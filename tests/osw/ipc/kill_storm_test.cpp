@@ -64,8 +64,7 @@ const SelfRole stormRole("storm", storm);
 void expectFreeOrOrphaned(ZatStatus request, ZatIpcHandle handle, uint32_t type) {
     if (request == ZAT_OK) return;
     EXPECT_EQ(request, ZAT_TIMED_OUT);
-    IpcStatus status = {};
-    EXPECT_EQ(zatOSWIpcQueryStatus(handle, type, &status), ZAT_OK);
+    const IpcStatus status = stateOf(handle, type);
     EXPECT_NE(status.state, 0u);
     const bool sharedHold = type == ZAT_IPC_TYPE_SE_LOCK && static_cast<int32_t>(status.state) > 0;
     EXPECT_TRUE(sharedHold || kill(static_cast<pid_t>(status.process), 0) != 0);
@@ -96,12 +95,6 @@ void expectQueueWorks(ZatIpcHandle queue) {
     }
 }
 
-void expectTimerWorks(ZatIpcHandle timer) {
-    const uint32_t before = __atomic_load_n(&fired, __ATOMIC_RELAXED);
-    EXPECT_EQ(zatOSWIpcStartTimer(timer, 1, onTimer, 0), ZAT_OK);
-    EXPECT_TRUE(waitFor([&] { return __atomic_load_n(&fired, __ATOMIC_RELAXED) != before; }));
-}
-
 /* Nobody but this process is left. */
 void expectAllWorks(const Objects& objects) {
     expectFreeOrOrphaned(zatOSWIpcRequestMutexSem(objects.mutex, shortly), objects.mutex,
@@ -112,7 +105,9 @@ void expectAllWorks(const Objects& objects) {
     EXPECT_EQ(zatOSWIpcWaitCountSem(objects.count, 0), ZAT_OK);
     expectEventWorks(objects.event);
     expectQueueWorks(objects.queue);
-    expectTimerWorks(objects.timer);
+    const uint32_t before = fired;
+    EXPECT_EQ(zatOSWIpcStartTimer(objects.timer, 1, onTimer, 0), ZAT_OK);
+    EXPECT_TRUE(waitFor([=] { return fired != before; }));
     uint32_t largest = 0;
     EXPECT_EQ(zatOSWIpcFindMaxFreeMemPart(objects.memory, &largest), ZAT_OK);
     void* block = nullptr;
@@ -147,10 +142,9 @@ TEST(KillStorm, LeavesTheSurvivorInWorkingOrder) {
     if (getenv("ZATOSW_SHARED_IPC") != nullptr) return;
     EXPECT_EQ(systemVObjects(), 0);
     /* The use counts of the dead fill the table; the key files of its further pages stay. */
-    for (const auto& file : std::filesystem::directory_iterator(getenv("GEN_MSGQ_PATH")))
-        EXPECT_EQ(file.path().filename().string().rfind("zatoswipcglobalshm", 0), 0u);
-    EXPECT_FALSE(
-        std::filesystem::exists(std::string(getenv("GEN_MSGQ_PATH")) + "zatoswipcglobalshm"));
+    const std::string table = "zatoswipcglobalshm";
+    for (const std::string& file : keyFiles())
+        EXPECT_TRUE(file.rfind(table, 0) == 0 && file != table) << file;
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <zatosw/zatosw.h>
 
+#include <atomic>
+#include <iterator>
 #include <string>
 
 inline constexpr uint32_t messageSize = 16;
@@ -20,17 +22,13 @@ struct Objects {
 
     explicit Objects(const std::string& round) {
         const char* name = round.c_str();
-        const ZatStatus made[] = {
-            zatOSWIpcCreateMutexSem(name, &mutex, 0, 1),
-            zatOSWIpcCreateCountSem(name, &count, 0, 1),
-            zatOSWIpcCreateEventSem(name, &event, 0, 0),
-            zatOSWIpcCreateSELock(name, &lock, 0, ZAT_SE_LOCK_FREE),
-            zatOSWIpcCreateMsgQueue(name, &queue, capacity, messageSize, 0),
-            zatOSWIpcCreateTimer(name, &timer, 16384),
-            zatOSWIpcCreateMemPart(&memory, name, memorySize),
-        };
-        for (const ZatStatus status : made)
-            EXPECT_EQ(status, ZAT_OK);
+        EXPECT_EQ(zatOSWIpcCreateMutexSem(name, &mutex, 0, 1), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcCreateCountSem(name, &count, 0, 1), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcCreateEventSem(name, &event, 0, 0), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcCreateSELock(name, &lock, 0, ZAT_SE_LOCK_FREE), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcCreateMsgQueue(name, &queue, capacity, messageSize, 0), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcCreateTimer(name, &timer, 16384), ZAT_OK);
+        EXPECT_EQ(zatOSWIpcCreateMemPart(&memory, name, memorySize), ZAT_OK);
     }
 
     void close() {
@@ -44,68 +42,57 @@ struct Objects {
     }
 };
 
-inline uint32_t fired;
+inline std::atomic<uint32_t> fired;
 
 inline void onTimer(ZatTimer, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
-    __atomic_add_fetch(&fired, 1, __ATOMIC_RELAXED);
+    ++fired;
 }
 
-inline void useMemory(ZatIpcHandle memory, uint32_t size) {
-    void* block = nullptr;
-    if (zatOSWIpcAllocMemPart(memory, &block, size) == ZAT_OK) zatOSWIpcFreeMemPart(memory, block);
+inline void useMutex(const Objects& objects, uint32_t) {
+    if (zatOSWIpcRequestMutexSem(objects.mutex, shortly) == ZAT_OK)
+        zatOSWIpcReleaseMutexSem(objects.mutex);
 }
 
-inline void useQueue(ZatIpcHandle queue, bool send) {
+inline void useLock(const Objects& objects, uint32_t choice) {
+    const bool isShared = choice % 2 == 0;
+    if (isShared && zatOSWIpcRequestSharedLock(objects.lock, shortly) == ZAT_OK)
+        zatOSWIpcReleaseSharedLock(objects.lock);
+    if (!isShared && zatOSWIpcRequestExclusiveLock(objects.lock, shortly) == ZAT_OK)
+        zatOSWIpcReleaseExclusiveLock(objects.lock);
+}
+
+inline void useQueue(const Objects& objects, uint32_t choice) {
     char message[messageSize] = "a message";
-    if (send)
-        zatOSWIpcSendMsgQueue(queue, message, sizeof message, shortly, 0);
+    if (choice % 2 == 0)
+        zatOSWIpcSendMsgQueue(objects.queue, message, sizeof message, shortly, 0);
     else
-        zatOSWIpcReceiveMsgQueue(queue, message, sizeof message, shortly);
+        zatOSWIpcReceiveMsgQueue(objects.queue, message, sizeof message, shortly);
 }
 
-inline void useLock(ZatIpcHandle lock, bool shared) {
-    if (shared && zatOSWIpcRequestSharedLock(lock, shortly) == ZAT_OK)
-        zatOSWIpcReleaseSharedLock(lock);
-    if (!shared && zatOSWIpcRequestExclusiveLock(lock, shortly) == ZAT_OK)
-        zatOSWIpcReleaseExclusiveLock(lock);
+inline void useMemory(const Objects& objects, uint32_t choice) {
+    void* block = nullptr;
+    if (zatOSWIpcAllocMemPart(objects.memory, &block, choice % 200 + 1) == ZAT_OK)
+        zatOSWIpcFreeMemPart(objects.memory, block);
+    if (choice % 5 == 0) zatOSWIpcStartTimer(objects.timer, 1, onTimer, 0);
 }
 
 /* One call, or a pair, that has a time-out of its own. */
 inline void useOne(const Objects& objects, uint32_t choice) {
-    switch (choice % 12) {
-    case 0:
-    case 1:
-        if (zatOSWIpcRequestMutexSem(objects.mutex, shortly) == ZAT_OK)
-            zatOSWIpcReleaseMutexSem(objects.mutex);
-        break;
-    case 2:
-        zatOSWIpcWaitCountSem(objects.count, shortly);
-        break;
-    case 3:
-        zatOSWIpcPostCountSem(objects.count);
-        break;
-    case 4:
-        zatOSWIpcWaitEventSem(objects.event, shortly);
-        break;
-    case 5:
-        zatOSWIpcPostEventSem(objects.event);
-        break;
-    case 6:
-        zatOSWIpcFlushEventSem(objects.event);
-        break;
-    case 7:
-    case 8:
-        useLock(objects.lock, choice % 12 == 7);
-        break;
-    case 9:
-    case 10:
-        useQueue(objects.queue, choice % 12 == 9);
-        break;
-    default:
-        useMemory(objects.memory, choice / 12 % 200 + 1);
-        if (choice % 5 == 0) zatOSWIpcStartTimer(objects.timer, 1, onTimer, 0);
-        break;
-    }
+    static constexpr void (*uses[])(const Objects& objects, uint32_t choice) = {
+        useMutex,
+        useMutex,
+        useLock,
+        useLock,
+        useQueue,
+        useQueue,
+        useMemory,
+        [](const Objects& all, uint32_t) { zatOSWIpcWaitCountSem(all.count, shortly); },
+        [](const Objects& all, uint32_t) { zatOSWIpcPostCountSem(all.count); },
+        [](const Objects& all, uint32_t) { zatOSWIpcWaitEventSem(all.event, shortly); },
+        [](const Objects& all, uint32_t) { zatOSWIpcPostEventSem(all.event); },
+        [](const Objects& all, uint32_t) { zatOSWIpcFlushEventSem(all.event); },
+    };
+    uses[choice % std::size(uses)](objects, choice / std::size(uses));
 }
 
 #endif

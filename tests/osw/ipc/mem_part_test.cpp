@@ -9,9 +9,10 @@
 
 #include <map>
 
+#include "osw/ipc/ipc_init.h"
 #include "osw/ipc/ipc_status.h"
 #include "osw/ipc/shared_part.h"
-#include "osw/mem_checker.h"
+#include "osw/worker.h"
 #include "support/selfstart.h"
 
 static std::string printed;
@@ -131,27 +132,25 @@ TEST(MemPartReport, FollowsAFreeThatFails) {
     EXPECT_EQ(part.free(64), ZAT_OK);
     const std::string text =
         printedBy([&] { EXPECT_EQ(part.free(64), ZAT_OSW_PART_NOT_ALLOCATED); });
-    char info[64];
-    snprintf(info, sizeof info, "mem part info: 0x%08x     4096     4048\n",
-             oswWord(part.heap.base));
-    EXPECT_EQ(text, std::string("<Fatal>:zatOSWIpcFreeOffsetMemPart():RC=0x20020111\n"
-                                "memory block offset & size:\n"
-                                " blk-no blk-id  offset  req-size blk-size\n"
-                                " ------ ------ -------- -------- --------\n"
-                                "      1      7       32        9       16\n"
-                                "                 address  mem size max free\n"
-                                "               ---------- -------- --------\n") +
-                        info +
-                        "           cur-used peek-used cur-blks peek-blks\n"
-                        "           -------- --------- -------- ---------\n"
-                        "mem usage:       32      2048        1         2\n"
-                        "            current block number\n"
-                        " blk-size -    8byte   16byte   32byte   64byte  128byte\n"
-                        "            -------- -------- -------- -------- -------- \n"
-                        "mem blocks:        0        0        1        0        0\n"
-                        " blk-size -  256byte  512byte   1Kbyte Ovr1Kbyte\n"
-                        "            -------- -------- -------- --------\n"
-                        "mem blocks:        0        0        0        0\n");
+    EXPECT_EQ(text,
+              "<Fatal>:zatOSWIpcFreeOffsetMemPart():RC=0x20020111\n"
+              "memory block offset & size:\n"
+              " blk-no blk-id  offset  req-size blk-size\n"
+              " ------ ------ -------- -------- --------\n"
+              "      1      7       32        9       16\n"
+              "                 address  mem size max free\n"
+              "               ---------- -------- --------\n" +
+                  format("mem part info: 0x%08x     4096     4048\n", oswWord(part.heap.base)) +
+                  "           cur-used peek-used cur-blks peek-blks\n"
+                  "           -------- --------- -------- ---------\n"
+                  "mem usage:       32      2048        1         2\n"
+                  "            current block number\n"
+                  " blk-size -    8byte   16byte   32byte   64byte  128byte\n"
+                  "            -------- -------- -------- -------- -------- \n"
+                  "mem blocks:        0        0        1        0        0\n"
+                  " blk-size -  256byte  512byte   1Kbyte Ovr1Kbyte\n"
+                  "            -------- -------- -------- --------\n"
+                  "mem blocks:        0        0        0        0\n");
 }
 
 TEST(MemPartReport, TellsOfDamage) {
@@ -163,6 +162,10 @@ TEST(MemPartReport, TellsOfDamage) {
     printedBy([&] { EXPECT_EQ(part.free(32), ZAT_OSW_PART_BAD_BLOCK); });
     EXPECT_EQ(part.tagAt(16)->sizeFlags, 24u) << "marked free";
     EXPECT_EQ(printedBy(info).find(mismatch + "          "), 0u);
+    shmHeadOf(part.heap).curBlocks = 0;
+    EXPECT_EQ(printedBy(info).find(mismatch + "!! Broken"), 0u) << "more than are counted";
+    part.tagAt(40)->sizeFlags = 4097;
+    printedBy([&] { EXPECT_EQ(part.free(56), ZAT_OSW_PART_BAD_BLOCK); });
     for (const uint32_t size : {15u, 4096u, 0xFFFFFFFEu}) {
         part.tagAt(40)->sizeFlags = size;
         EXPECT_EQ(printedBy(info).find(mismatch + "!! Broken memory block chain !!\n  "), 0u);
@@ -214,21 +217,29 @@ TEST(MemPart, IsSharedUntilTheLastDelete) {
 
 TEST(MemPartReport, ListsThePartitionsOfTheProcess) {
     const auto show = [] { zatOSWIpcShowMemPartBlock(0x30, 15, "b"); };
+    const auto list = [] { zatOSWIpcShowMemPartList(0x30, 15); };
+    const auto isIn = [](const std::string& text, const char* line) {
+        return text.find(line) != std::string::npos;
+    };
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    EXPECT_TRUE(isIn(printedBy(list), "\n <no shared memory partition created>\n"));
     const Part part(4096, "a");
     EXPECT_EQ(printedBy(show), " <shared memory partition not found>\n");
     const Part other(8192, "b");
+    EXPECT_TRUE(isIn(printedBy(show), "\n  < no memory block allocated >\n"));
+    const uint32_t first = other.take(8);
     other.take(100);
-    EXPECT_EQ(printedBy(show).find("memory block offset & size:\n"), 0u);
-    char rows[200];
-    snprintf(rows, sizeof rows,
-             "%8x %28s     4096        0        0\n%8x %28s     8192      120      120\n", part.id,
-             "a", other.id, "b");
-    EXPECT_EQ(printedBy([] { zatOSWIpcShowMemPartList(0x30, 15); }),
-              std::string("            cur-used peak-used\n           --------- ---------\n"
-                          "shm usage:     12288     12288\n"
-                          " part-id       part-name              mem-size mem-used mem-peak\n"
-                          "-------- ---------------------------- -------- -------- --------\n") +
-                  rows);
+    EXPECT_EQ(other.free(first), ZAT_OK);
+    EXPECT_TRUE(isIn(printedBy(show), "\n      2     -1       56      100      104\n"));
+    EXPECT_EQ(printedBy(list),
+              "            cur-used peak-used\n           --------- ---------\n"
+              "shm usage:     12288     12288\n"
+              " part-id       part-name              mem-size mem-used mem-peak\n"
+              "-------- ---------------------------- -------- -------- --------\n" +
+                  format("%8x %28s     4096        0        0\n", part.id, "a") +
+                  format("%8x %28s     8192      120      144\n", other.id, "b"));
+    zatOSWIpcTerm();
+    EXPECT_EQ(printedBy(list), " <failed to get shared memory partition information>\n");
 }
 
 TEST(MemPart, SurvivesAKillAtAnyInstruction) {
@@ -254,6 +265,13 @@ TEST(MemPart, SurvivesAKillAtAnyInstruction) {
     EXPECT_EQ(status, 0);
     EXPECT_GT(steps, 1000);
     EXPECT_EQ(part.blocks().size(), 1u);
+    /* As if two frees were not ended: the third one merges them all. */
+    for (int i = 0; i < 3; ++i)
+        part.take(8);
+    for (const uint32_t at : {16u, 40u})
+        part.tagAt(at)->sizeFlags &= ~shmAllocated;
+    EXPECT_EQ(part.free(80), ZAT_OK);
+    EXPECT_EQ(part.maxFree(), 400u - 16 - 16);
 }
 
 }  // namespace

@@ -3,11 +3,12 @@
  * Another process, started from this program, that makes calls as it is told to: each is a function
  * of this file without captures, which finds the process's own globals there.
  *
- *     static ZatIpcHandle object;
- *     static ZatStatus take(uint32_t, uint32_t ms) { return zatOSWIpcRequestMutexSem(object, ms); }
+ *     static constexpr OnObject<zatOSWIpcCreateMutexSem> make;
+ *     static constexpr OnObject<zatOSWIpcRequestMutexSem> take;
  *
  *     Peer peer;
- *     EXPECT_EQ(peer(take, 0, 100), ZAT_OK);
+ *     EXPECT_EQ(peer(make, 1), ZAT_OK);
+ *     EXPECT_EQ(peer(take, 100), ZAT_OK);
  */
 #ifndef ZATOSW_TESTS_OSW_IPC_PEER_H
 #define ZATOSW_TESTS_OSW_IPC_PEER_H
@@ -27,6 +28,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "osw/init.h"
@@ -35,6 +37,30 @@
 #include "support/support.h"
 
 using PeerCall = uint32_t (*)(uint32_t a, uint32_t b);
+
+/** The object of the test, in whatever process. */
+inline ZatIpcHandle object;
+
+/** A call that makes it, under a name that all use, or is on it; with one number, if any. */
+template <auto call>
+struct OnObject {
+    ZatStatus operator()(uint32_t number = 0) const { return run(number, 0); }
+    /* NOLINTNEXTLINE(google-explicit-constructor): it stands for its function. */
+    constexpr operator PeerCall() const { return run; }
+
+  private:
+    static uint32_t run(uint32_t number, uint32_t) {
+        using Call = decltype(call);
+        if constexpr (std::is_invocable_v<Call, const char*, ZatIpcHandle*, uint32_t, uint32_t>)
+            return call("object", &object, 0, number);
+        else if constexpr (std::is_invocable_v<Call, const char*, ZatIpcHandle*, uint32_t>)
+            return call("object", &object, number);
+        else if constexpr (std::is_invocable_v<Call, ZatIpcHandle, uint32_t>)
+            return call(object, number);
+        else
+            return call(object);
+    }
+};
 
 struct PeerRequest {
     uint32_t call; /* distance from a function of the program, which lies elsewhere next time */
@@ -71,6 +97,8 @@ class Peer {
         id_ = spawnSelf("peer", {std::to_string(ends[1])});
         close(ends[1]);
     }
+    /** One that has made its object. */
+    explicit Peer(PeerCall make, uint32_t a) : Peer() { EXPECT_EQ((*this)(make, a), ZAT_OK); }
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
     ~Peer() { leave(); }
@@ -126,12 +154,28 @@ inline IpcStatus stateOf(ZatIpcHandle handle, uint32_t type) {
     return status;
 }
 
-/** Waits until so many threads, of all processes, wait for an object, of both sorts together. */
+/** Threads of all processes that wait for an object, of both sorts together. */
+inline uint32_t blocked(ZatIpcHandle handle, uint32_t type) {
+    const IpcStatus status = stateOf(handle, type);
+    return status.waiters + status.secondWaiters;
+}
+
+/** Waits until there are so many. */
 inline bool blockedReach(ZatIpcHandle handle, uint32_t type, uint32_t count) {
-    return waitFor([&] {
-        const IpcStatus status = stateOf(handle, type);
-        return status.waiters + status.secondWaiters == count;
-    });
+    return waitFor([=] { return blocked(handle, type) == count; });
+}
+inline bool blockedReach(uint32_t type, uint32_t count) {
+    return blockedReach(object, type, count);
+}
+
+/** The key of a name, and the semaphores that have it. */
+inline key_t keyOf(const std::string& name) {
+    uint32_t key = 0;
+    EXPECT_EQ(zatOSWIpcGetServerIpcKey(name.c_str(), 0, &key), ZAT_OK);
+    return static_cast<key_t>(key);
+}
+inline int semaphoresOf(const std::string& name) {
+    return semget(keyOf(name), 0, 0);
 }
 
 /** Names of the key files, sorted. */
@@ -141,6 +185,12 @@ inline std::vector<std::string> keyFiles() {
         names.push_back(file.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
+}
+
+/** When all processes have terminated the layer. */
+inline void expectNothingLeft() {
+    EXPECT_EQ(systemVObjects(), 0);
+    EXPECT_EQ(keyFiles(), std::vector<std::string>());
 }
 
 #endif

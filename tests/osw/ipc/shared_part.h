@@ -92,10 +92,10 @@ struct Part {
         return found;
     }
 
-    /** Whether a process may be killed now: the blocks can be walked, and none names a free block
-     * in front of it that is not one. */
+    /** Whether a process may be killed now: the blocks can be walked, none names a free block in
+     * front of it that is not one, and no fewer are counted than there are. */
     bool isWhole() const {
-        uint32_t before = 0;
+        uint32_t before = 0, bytes = 0, count = 0;
         for (uint32_t at = 16; at != heap.end; at += before) {
             const uint32_t distance = tagAt(at)->prevSize;
             if (distance != before && (distance % 8 != 0 || distance >= at ||
@@ -103,8 +103,10 @@ struct Part {
                 return false;
             before = shmBlockSize(tagAt(at));
             if (before < 16 || before > heap.end - at) return false;
+            bytes += shmIsAllocated(tagAt(at)) ? before : 0;
+            count += shmIsAllocated(tagAt(at));
         }
-        return true;
+        return bytes <= shmHeadOf(heap).curBytes && count <= shmHeadOf(heap).curBlocks;
     }
 
     ZatIpcHandle id = 0;
