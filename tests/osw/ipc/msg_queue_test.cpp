@@ -2,6 +2,7 @@
 
 #include "osw/ipc/msg_queue.h"
 
+#include <dlfcn.h>
 #include <linux/capability.h>
 #include <sys/syscall.h>
 
@@ -18,6 +19,16 @@ static constexpr uint32_t messageSize = 16;
 static uint32_t make(uint32_t capacity, uint32_t = 0) {
     return zatOSWIpcCreateMsgQueue("queue", &object, capacity, messageSize, 0);
 }
+
+static bool diesBehindItsMessage;
+
+extern "C" int msgsnd(int id, const void* message, size_t length, int flags) {
+    static const auto next = reinterpret_cast<decltype(&msgsnd)>(dlsym(RTLD_NEXT, "msgsnd"));
+    const int result = next(id, message, length, flags);
+    if (diesBehindItsMessage) raise(SIGKILL);
+    return result;
+}
+
 static uint32_t sendNumber(uint32_t number, uint32_t timeoutMs) {
     return zatOSWIpcSendMsgQueue(object, &number, sizeof number, timeoutMs, 0);
 }
@@ -26,11 +37,16 @@ static uint32_t receiveNumber(uint32_t& number, uint32_t timeoutMs) {
 }
 
 /* Receives numbers until one is not the next. */
-static uint32_t receiveAscending(uint32_t expected, uint32_t) {
+static uint32_t receiveAscending(uint32_t expected, uint32_t timeoutMs) {
     uint32_t number = 0;
-    while (receiveNumber(number, 10000) == ZAT_OK && number == expected)
+    while (receiveNumber(number, timeoutMs) == ZAT_OK && number == expected)
         ++expected;
     return expected;
+}
+
+static uint32_t sendNumberAndDie(uint32_t number, uint32_t) {
+    diesBehindItsMessage = true;
+    return sendNumber(number, 0);
 }
 
 namespace {
@@ -90,10 +106,22 @@ TEST(SharedQueue, KeepsMessagesInOrderAndWithinItsBounds) {
     EXPECT_EQ(messages(), 1u) << "without a name";
 }
 
+TEST(SharedQueue, HoldsNoMoreThanItMayWhenASenderIsKilled) {
+    ASSERT_EQ(make(2), ZAT_OK);
+    Peer peer(make, 2);
+    peer.begin(sendNumberAndDie, 1);
+    siginfo_t end;
+    EXPECT_EQ(waitid(P_PID, peer.id(), &end, WEXITED | WNOWAIT), 0);
+    peer.kill();
+    EXPECT_EQ(sendNumber(2, 0), ZAT_OK);
+    EXPECT_EQ(sendNumber(3, 0), ZAT_TIMED_OUT);
+    EXPECT_EQ(receiveAscending(1, 0), 3u);
+}
+
 TEST(SharedQueue, CarriesMessagesBetweenProcessesThatWaitForEachOther) {
     ASSERT_EQ(make(1), ZAT_OK);
     Peer peer(make, 1);
-    peer.begin(receiveAscending, 1);
+    peer.begin(receiveAscending, 1, 10000);
     const uint32_t count = emulated() ? 200 : 4000;
     const Stopwatch stopwatch;
     for (uint32_t number = 1; number <= count; ++number)
