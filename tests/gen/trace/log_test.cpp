@@ -107,6 +107,11 @@ TEST(Messages, AreWrittenIntoTheLogsThatTakeThem) {
                     << std::hex << "type " << type << " level " << level;
     }
     EXPECT_EQ(logsOf(3, 14, ZAT_GEN_SYSTEM), "S") << "its own log is the standard one";
+    uint32_t head[4] = {}, length = 0, position = ZAT_GEN_OLDEST;
+    zatGENReadRgnLog(0, head, sizeof head, &length, &position);
+    ZatClock now;
+    zatOSWGetClock(&now);
+    EXPECT_LE(now.seconds - head[2], 60u) << "the time of the first one";
     zatGENTrcSetLogFormat(3);
     zatGENTrcPrintf(component, 3, 0x10F, "text");
     EXPECT_EQ(recordsOf(0).back(), "OSW(8194)-15:text\n");
