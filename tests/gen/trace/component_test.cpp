@@ -87,26 +87,19 @@ TEST(Registry, GrowsWhileOthersTrace) {
     EXPECT_EQ(componentCount(), count);
 }
 
-using Mask = uint16_t zatGENTrcComp::*;
-
-struct ChannelCalls {
-    Mask mask;
-    ZatStatus (*set)(uint32_t, uint32_t), (*clr)(uint32_t, uint32_t);
-    ZatStatus (*zero)(uint32_t), (*all)(uint32_t);
-    void (*clean)(), (*full)();
-    ZatStatus (*clearAll)(uint32_t), (*setAll)(uint32_t);
-};
-
-#define CALL_OF(channel, mask, operation, result, parameters, arguments) zatGEN##channel##operation,
+#define CALL_OF(channel, mask, operation, result, parameters, arguments) \
+    , &zatGEN##channel##operation
 #define CALLS_OF(channel, mask) \
-    {&zatGENTrcComp::mask, ZAT_GEN_MASK_OPERATIONS(CALL_OF, channel, mask)},
-const ChannelCalls channels[] = {ZAT_GEN_CHANNELS(CALLS_OF)};
+    std::tuple(#channel, &zatGENTrcComp::mask ZAT_GEN_MASK_OPERATIONS(CALL_OF, channel, mask)),
+const std::array channels = {ZAT_GEN_CHANNELS(CALLS_OF)};
 
 TEST(Masks, AreChangedByTheCallsOfTheirChannelOnly) {
     ASSERT_EQ(zatOSWInit(), ZAT_OK);
     const uint32_t ids[] = {ZAT_GEN_SYSTEM, ZAT_GEN_OTHERS, 0x2000, 0x2002};
     constexpr uint32_t unknown = 0x1234;
-    for (const ChannelCalls& calls : channels) {
+    for (const auto& [name, mask, set, clr, zero, all, clean, full, clearAll, setAll] : channels) {
+        SCOPED_TRACE(name);
+        const auto changed = mask;
         zatGENTrcComp expected[4];
         for (zatGENTrcComp& record : expected) {
             const uint32_t id = ids[&record - expected];
@@ -116,30 +109,30 @@ TEST(Masks, AreChangedByTheCallsOfTheirChannelOnly) {
         // The channel's masks of SYSTEM, OTHERS, GEN and OSW; the others stay.
         const auto expect = [&](const std::array<uint16_t, 4>& masks, const char* after) {
             for (uint32_t i = 0; i < 4; ++i) {
-                expected[i].*calls.mask = masks[i];
+                expected[i].*changed = masks[i];
                 EXPECT_EQ(memcmp(zatGENGetTrcMask(expected[i].id), &expected[i], sizeof *expected),
                           0)
-                    << after << ", channel " << &calls - channels << ", component " << i;
+                    << after << ", component " << i;
             }
         };
         for (const uint32_t bit : {16u, 32u, 0xFFFFFFFFu})
-            for (const ZatStatus status : {calls.set(0x2002, bit), calls.clr(0x2002, bit),
-                                           calls.setAll(bit), calls.clearAll(bit)})
+            for (const ZatStatus status :
+                 {set(0x2002, bit), clr(0x2002, bit), setAll(bit), clearAll(bit)})
                 EXPECT_EQ(status, ZAT_GEN_BAD_MASK_BIT);
         expect({0xFF0, 0xFF0, 0xFF0, 0xFF0}, "bits out of range");
-        EXPECT_EQ(calls.set(0x2002, 15) | calls.set(ZAT_GEN_SYSTEM, 0) | calls.set(unknown, 1), 0u);
+        EXPECT_EQ(set(0x2002, 15) | set(ZAT_GEN_SYSTEM, 0) | set(unknown, 1), 0u);
         expect({0xFF1, 0xFF2, 0xFF0, 0x8FF0}, "Set");
-        EXPECT_EQ(calls.clr(0x2002, 4) | calls.clr(unknown, 0), 0u);
+        EXPECT_EQ(clr(0x2002, 4) | clr(unknown, 0), 0u);
         expect({0xFF1, 0xFF2, 0xFF0, 0x8FE0}, "Clr");
-        EXPECT_EQ(calls.setAll(14), ZAT_OK);
+        EXPECT_EQ(setAll(14), ZAT_OK);
         expect({0xFF1, 0x4FF2, 0x4FF0, 0xCFE0}, "SetAll");
-        EXPECT_EQ(calls.clearAll(11), ZAT_OK);
+        EXPECT_EQ(clearAll(11), ZAT_OK);
         expect({0xFF1, 0x47F2, 0x47F0, 0xC7E0}, "ClearAll");
-        EXPECT_EQ(calls.all(0x2000) | calls.zero(0x2002), 0u);
+        EXPECT_EQ(all(0x2000) | zero(0x2002), 0u);
         expect({0xFF1, 0x47F2, 0xFFFF, 0}, "All and Zero");
-        calls.full();
+        full();
         expect({0xFF1, 0xFFFF, 0xFFFF, 0xFFFF}, "Full");
-        calls.clean();
+        clean();
         expect({0xFF1, 0, 0, 0}, "Clean");
     }
 }
