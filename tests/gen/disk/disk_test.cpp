@@ -141,17 +141,23 @@ TEST_F(Disk, IsOfTheKindThatTheKernelTellsAndHasALetterOfMtools) {
         printf("%u%c", kind, letter);
         return status;
     };
-    const std::string none = "20030111 zatGENGetDrvLetter ", cut(260, ' ');
+    const std::string cut(260, ' '), unknown = "20030111 zatGENGetDrvLetter ";
+    char none[13] = "????????????";
     expectOutcomes(
         "/etc/mtools.conf", find,
-        {{"#" + cut + "drive c: file=\"/d\"\n", none + "268 [error]\n1\n"},
-         {"drives x: file=\"/d\"", none + "290 [error]\n1\n"},
+        {{"#" + cut + "drive c: file=\"/d\"\n", unknown + "268 [error]\n1\n"},
+         {"drives x: file=\"/d\"", unknown + "290 [error]\n1\n"},
          {"file=\"/d\",x,x:\tdrive,y drive\tc:", "0 1c"},
          {"drive x: file=\"/d1\"\ndrive c: file=\"/d\"\ndrive e: file=\"/d\"\n", "0 1c"}});
     expectOutcomes("/proc/ide/cf", find,
                    {{"   device type =md\n=cf\n", "0 2c"},
                     {"   device type       =cf\n", "20030108 0?"},  // beyond the 23rd character
                     {"=cf\n   device type =cf\n", "20030108 0?"}});
+    std::filesystem::remove(placeOf("/proc/ide/cf"));
+    EXPECT_EQ(zatGENGetDiskLabel("/d", none), ZAT_DISK_NO_PROC_FILE);
+    std::filesystem::remove(placeOf("/etc/mtools.conf"));
+    EXPECT_EQ(zatGENGetDiskDrvLetter("/d", none), ZAT_DISK_NO_MTOOLS_CONF);
+    EXPECT_EQ(none[0], '\n');
 }
 
 TEST_F(Disk, IsMountedAndUnmountedOnlyWhereItHasToBe) {
@@ -174,19 +180,6 @@ TEST_F(Disk, IsMountedAndUnmountedOnlyWhereItHasToBe) {
     EXPECT_STREQ(name, "/e?") << "the first entry, as much as there is room for";
 }
 
-TEST_F(Disk, SaysWhichOfTheSystemsFilesIsMissing) {
-    char letter = '?';
-    uint32_t kind = 7;
-    GenCacheParam values = {};
-    for (const char* path : {"/proc/ide/cf", "/etc/mtools.conf"})
-        std::filesystem::remove(placeOf(path));
-    EXPECT_EQ(zatGENFindDisk("", &kind), ZAT_DISK_NO_PROC_FILE);
-    EXPECT_EQ(zatGENGetDiskDrvLetter("/d", &letter), ZAT_DISK_NO_MTOOLS_CONF);
-    EXPECT_EQ(letter, '\n');
-    EXPECT_EQ(zatGENGetSysCacheParam(&values), ZAT_DISK_NO_CACHE_FILE);
-    EXPECT_EQ(zatGENSetSysCacheParam(&values), ZAT_DISK_NO_CACHE_FILE);
-}
-
 TEST_F(Disk, HasFiguresAndBuffersInTheKernel) {
     /* What follows the fragment size is told behind the longest name. */
     figures = {1, 2, 3, 4, 5, 6, UINT64_MAX, {{8, 9}}, 10, 4711, 11, {12, 13, 14, 15}};
@@ -198,8 +191,10 @@ TEST_F(Disk, HasFiguresAndBuffersInTheKernel) {
     EXPECT_EQ(zatGENGetDiskStatfs("/", &told), 0x20030108u);
     EXPECT_EQ(zatGENFlushDiskCache(getenv("TEST_TMPDIR")), 0x20030112u);
     EXPECT_EQ(zatGENFlushDiskCache("/dev/null"), 0x20030107u);
-    provide("/proc/sys/vm/bdflush", "30 4000000000 65 256 500 3000 60 7\n");
     GenCacheParam values = {};
+    for (const auto status : {zatGENGetSysCacheParam(&values), zatGENSetSysCacheParam(&values)})
+        EXPECT_EQ(status, ZAT_DISK_NO_CACHE_FILE);
+    provide("/proc/sys/vm/bdflush", "30 4000000000 65 256 500 3000 60 7\n");
     EXPECT_EQ(zatGENGetSysCacheParam(&values), ZAT_OK);
     values = {values.value1 + 1, values.value2 + 1, values.value7 + 1, values.value8 + 1};
     EXPECT_EQ(zatGENSetSysCacheParam(&values), ZAT_OK);

@@ -17,32 +17,29 @@ std::string logOf(int32_t id) {
                   info.header->run != 0 ? "" : " stopped");
 }
 
-TEST(Environment, MakesTheStandardLogs) {
-    setenv("GEN_STDLOG_ENV", ",100,,80,STD,more", 1);
-    setenv("GEN_ERRLOG_ENV", "500,200", 1);
-    setenv("GEN_PERFLOG_ENV", "500,200,abcdefghijklmnop", 1);
-    setenv("GEN_MCLOG_ENV", "104,-1,MC", 1);
-    ASSERT_EQ(zatOSWInit(), ZAT_OK);
-    const char* const logs[] = {"STD ffff 56000 120 1 1 0", "none",
-                                "abcdefghijklmno ffff 110000 200 1 1 0", "MC ffff 104 0 1 1 1",
-                                "none"};
-    for (int32_t id = 0; id < 5; ++id)
-        EXPECT_EQ(logOf(id), logs[id]);
-}
-
-TEST(Environment, MakesLogsOfComponentsWithoutOne) {
+TEST(Environment, MakesStandardLogsAndThoseOfComponentsWithoutOne) {
     /* Of an entry, 127 characters count. */
     const std::string kept = "gen,9" + std::string(121, ',') + "5";
     const std::string cut = "clb,9" + std::string(122, ',') + "5";
-    setenv(
-        "GEN_USRLOG_ENV",
-        ("/osw,200,100/osw,1,1/ipc//nobody,1,2/,,mine,,7,8,name,more/" + kept + "/" + cut).c_str(),
-        1);
+    const std::pair<const char*, std::string> variables[] = {
+        {"GEN_STDLOG_ENV", ",100,,80,STD,more"},
+        {"GEN_ERRLOG_ENV", "500,200"},
+        {"GEN_PERFLOG_ENV", "500,200,abcdefghijklmnop"},
+        {"GEN_MCLOG_ENV", "104,-1,MC"},
+        {"GEN_USRLOG_ENV",
+         "/osw,200,100/osw,1,1/ipc//nobody,1,2/,,mine,,7,8,name,more/" + kept + "/" + cut}};
+    for (const auto& [variable, value] : variables)
+        setenv(variable, value.c_str(), 1);
     zatGENTrcComp mine = {0x4711, 0, 0, 0, 0, 0, 0, 64, "MINE"};
     ASSERT_EQ(zatOSWInit(), ZAT_OK);
     EXPECT_EQ(logOf(0x4711), "none");
     zatGENAddTraceId(&mine, 1);
-    const std::pair<int32_t, const char*> logs[] = {{0x2002, "osw_LOG ffff 24000 100 1 1 0"},
+    const std::pair<int32_t, const char*> logs[] = {{0, "STD ffff 56000 120 1 1 0"},
+                                                    {1, "none"},
+                                                    {2, "abcdefghijklmno ffff 110000 200 1 1 0"},
+                                                    {3, "MC ffff 104 0 1 1 1"},
+                                                    {4, "none"},
+                                                    {0x2002, "osw_LOG ffff 24000 100 1 1 0"},
                                                     {0x30, "ipc_LOG ffff 10000 80 1 1 0"},
                                                     {0x4711, "name ffff 200 8 1 1 0"},
                                                     {0x2000, "gen_LOG ffff 232 5 1 1 0"},

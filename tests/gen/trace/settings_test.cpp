@@ -24,8 +24,12 @@ std::string apply(const std::string& keywords) {
     return masksOf(ZAT_GEN_SYSTEM) + " " + masksOf(0x2002);
 }
 
-TEST(TraceSettings, ChangeTheMasksThatTheirKeywordsName) {
+TEST(TraceSettings, ForwardMessagesAndChangeTheMasksThatTheirKeywordsName) {
+    EXPECT_EQ(zatGENFwdToRgn, 0u);
+    setenv("GEN_LOG_ENV", "", 1);
     ASSERT_EQ(zatGENTrcInit(), ZAT_OK);
+    EXPECT_EQ(nameOf(pthread_self()), "mainThread");
+    EXPECT_EQ(zatGENFwdToRgn, 1u);
     EXPECT_EQ(zatGENChangeTraceSetting(), ZAT_OK) << "not set";
     size_t at = 0;
     for (const std::string channel : {"PRN", "TRC", "LOG", "MONPRN", "MONTRC", "MONLOG"}) {
@@ -42,14 +46,6 @@ TEST(TraceSettings, ChangeTheMasksThatTheirKeywordsName) {
     EXPECT_EQ(apply("PRNCLEAN/TRCFULLX/MONLOGDISABLE"), "-----0 -1----");
     EXPECT_EQ(apply("/trcfull//TRCENABL/ TRCFULL/LOGENABLE/"), "--1--- ------");
     EXPECT_EQ(apply("PRNENABLE TRCENABLE"), "1----- ------") << "one keyword an entry";
-}
-
-TEST(TraceInit, BringsTheLibraryUpAndSwitchesForwardingOn) {
-    EXPECT_EQ(zatGENFwdToRgn, 0u);
-    setenv("GEN_LOG_ENV", "", 1);
-    EXPECT_EQ(zatGENTrcInit(), ZAT_OK);
-    EXPECT_EQ(nameOf(pthread_self()), "mainThread");
-    EXPECT_EQ(zatGENFwdToRgn, 1u);
 }
 
 std::string called;
