@@ -93,8 +93,9 @@ TEST(TraceTerm, BeforeAnythingElseTakesNothingDown) {
     EXPECT_EQ(zatOSWInit(), ZAT_OK);
     EXPECT_EQ(zatGENGetTrcMask(0x2002)->id, 0x2002u);
     EXPECT_EQ(zatGENStopRgnLog(0), ZAT_OK) << "its lock and its ring are there";
+    EXPECT_EQ(zatGENCreateRgnLog(5, "own", 0, 64, 0, 0, 0, 0), ZAT_OK);
     EXPECT_EQ(zatGENTrcTerm(), ZAT_OK);
-    EXPECT_EQ(zatGENStopRgnLog(0), ZAT_GEN_NO_LOG);
+    EXPECT_EQ(zatGENStopRgnLog(5), ZAT_GEN_NO_LOG);
 }
 
 }  // namespace
