@@ -60,7 +60,7 @@ std::string regions(const std::string& lines) {
 }
 
 TEST_F(Console, ManagesRegionLogs) {
-    EXPECT_EQ(regions("LRI 0x1e log 4 8 TRUE no\nLRI 3 1e 99 0 false x\nLRI\nLRI 1 x 99 0 x\n"
+    EXPECT_EQ(regions("LRI 0x1e log 4 8 TRUE no\nLRI 3 1e 99 0 false x\nLRI\nLRI 1 x 99 0 true\n"
                       "LRI 1 x 99 0 x x\nLRI 1f x 99 0 x x\nLRT 1f"),
               "ffff ffff ffffl ");
     EXPECT_EQ(regions("LRMC log 3\nLRMC 1e 15 7\nlrmc 1e 16\nLRMC log x\nLRMC 30 0\nLRMC"),
