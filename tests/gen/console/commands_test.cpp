@@ -183,7 +183,8 @@ TEST_F(Console, CallsLibrariesAndProgramsAndWorksInDirectories) {
     EXPECT_TRUE(waitFor([] { return session("dir").find(" b\n") != std::string::npos; }));
     EXPECT_TRUE(waitFor([] {
         session("");
-        return waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) == -1;
+        siginfo_t ended;
+        return waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) == -1;
     })) << "programs that have ended are waited for";
     EXPECT_TRUE(session("UNLDL libc.so.6\nUNLDL x\nLDLLS").ends_with(" < no library loaded >\n"));
 }
