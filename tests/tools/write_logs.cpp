@@ -7,17 +7,12 @@
 #include <cstring>
 #include <string>
 
-static void keep(int32_t id, const std::string& directory) {
-    zatGENPrintRgnLog(id, 0);
-    zatGENPrintRgnLog(id, 1);
-    const std::string path = directory + "/" + zatGENGetRgnLogInfo(id)->name;
-    if (zatGENTrcCreateLogFile(id, path.c_str()) != 0) perror(path.c_str());
-}
-
-static void makeLog(int32_t id, const char* name, int32_t num, int32_t len) {
-    zatGENInitRgnLog(id, name, 0xFFFF, num, len, 1, 0);
-    zatGENStartRgnLog(id);
-}
+static const struct {
+    int32_t id;
+    const char* name;
+    int32_t num, len;
+} logs[] = {{10, "empty", 4096, 0}, {11, "part", 64000, 0}, {12, "full", 1000, 0},
+            {13, "cut", 20, 16},    {3, "events", 900, -1}, {4, "dumps", 100000, -1}};
 
 static void writeTexts(int32_t id, uint32_t count) {
     for (uint32_t i = 0; i < count; ++i) {
@@ -44,16 +39,18 @@ int main(int, char** words) {
     zatOSWInit();
     zatGENTrcAll(ZAT_GEN_SYSTEM);
     zatGENTrcAll(0x2000);
-    makeLog(10, "empty", 4096, 0);
-    makeLog(11, "part", 64000, 0);
-    makeLog(12, "full", 1000, 0);
-    makeLog(13, "cut", 20, 16);
-    makeLog(3, "events", 900, -1);
-    makeLog(4, "dumps", 100000, -1);
+    for (const auto& log : logs) {
+        zatGENInitRgnLog(log.id, log.name, 0xFFFF, log.num, log.len, 1, 0);
+        zatGENStartRgnLog(log.id);
+    }
     for (const int32_t id : {11, 12, 13})
         writeTexts(id, 100);
     writeRecords();
-    for (const int32_t id : {10, 11, 12, 13, 3, 4})
-        keep(id, words[1]);
+    for (const auto& log : logs) {
+        zatGENPrintRgnLog(log.id, 0);
+        zatGENPrintRgnLog(log.id, 1);
+        const std::string path = words[1] + std::string("/") + log.name;
+        if (zatGENTrcCreateLogFile(log.id, path.c_str()) != 0) perror(path.c_str());
+    }
     zatGENTrcTerm();
 }

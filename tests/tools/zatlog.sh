@@ -28,7 +28,7 @@ numbers() {  # BYTES NUMBER...: numbers of so many bytes, in the byte order of $
 begin() {  # FILE NEWEST: a log written at 12:22:20.5, with the size of its newest record
     file=$1 before=$2 ring=4096
     { if ((order)); then printf BB; else printf LL; fi
-      numbers 2 1; numbers 4 $ring 12 1714558940 500000000; } >"$file"
+      numbers 2 1; numbers 4 $ring 12 1714645340 500000000; } >"$file"
 }
 
 entry() {  # SECONDS NANOSECONDS: a record at 12:22 and those seconds; its payload is the input
@@ -36,7 +36,7 @@ entry() {  # SECONDS NANOSECONDS: a record at 12:22 and those seconds; its paylo
     local length size
     length=$(wc -c <"$dir/payload")
     size=$(((length + 27) / 8 * 8))
-    { numbers 4 "$before" $size $((1714558920 + $1)) "$2" "$length"
+    { numbers 4 "$before" $size $((1714645320 + $1)) "$2" "$length"
       cat "$dir/payload"; head -c $((size - 20 - length)) /dev/zero; } >>"$file"
     before=$size
 }
@@ -78,20 +78,23 @@ all=$one$'\n'$two$'\n'$three
 for order in 0 1; do
     make_text
     shows "$all" --format=auto
-    shows "$(printf '2024-05-01 %s\n' "${three/12:/10:}" "${two/12:/10:}" "${one/12:/10:}")" \
+    shows "$(printf '2024-05-02 %s\n' "${three/12:/10:}" "${two/12:/10:}" "${one/12:/10:}")" \
         --newest-first --utc --date
     shows '' --format=binary --grep=Two  # another kind's first word is no part of its dump
     run 0 --header -u "$dir/text"
     grep -q "order: *$( ((order)) && echo big || echo little)-endian" "$dir/out" || fail "order"
-    grep -q 'written: *2024-05-01 10:22:20.500000' "$dir/out" || fail "time of writing"
+    grep -q 'written: *2024-05-02 10:22:20.500000' "$dir/out" || fail "time of writing"
     grep -q 'records: *3$' "$dir/out" || fail "number of records"
 
-    begin "$dir/binary" 72
+    begin "$dir/binary" 112
     binary 0 0x2002 task.cpp 42 1 -1 16 0 0x7fffffff 0x80000000 | entry 4 0
     binary 1 0x30 abcdefghijklmnopqrstuvwxyz/12345 -1 0x20020106 7 | entry 5 0
     { binary 2 0 a.c 1 19; printf '0123456789ABCDEF~\177\377'; } | entry 6 0
     binary 3 0x1234 '' 2 1 2 | entry 7 0
     { numbers 4 2; printf 'text of a strange kind, or a head that was cut'; } | entry 8 0
+    { binary 0 0 longer.cpp 3 1 2 3 4 5 6; printf 'than an event'; } | entry 9 0
+    run 0 --since=12:22:09 "$dir/binary"
+    prints "no binary record's shape" <<<'12:22:09.000000 '
     run 0 --until=12:22:07 "$dir/binary"
     cp "$dir/out" "$dir/shapes"
     run 0 --format=binary "$dir/binary"
@@ -109,7 +112,7 @@ for order in 0 1; do
 12:22:08.000000 $( ((order)) && echo '00 00 00 02' || echo '02 00 00 00') 74 65 78 74 20 6F 66 20 61 20 73 74 | ....text of a st
 END
     run 0 --format=text "$dir/binary"
-    [ "$(wc -l <"$dir/out")" -eq 5 ] || fail "binary records as text"
+    [ "$(wc -l <"$dir/out")" -eq 6 ] || fail "binary records as text"
 done
 
 # What comes before a cut is printed, wherever it is.
@@ -144,16 +147,16 @@ damage 140 'end' 'byte 140: cut: ' 3
 for small in 8=02:00 16=12:22; do
     begin "$dir/small" ${small%=*}
     { numbers 4 "$before" "$before"
-      if [ "$before" -eq 16 ]; then numbers 4 1714558920 0; fi; } >>"$dir/small"
+      if [ "$before" -eq 16 ]; then numbers 4 1714645320 0; fi; } >>"$dir/small"
     run 0 "$dir/small"
     prints "a ring of $before bytes" <<<"${small#*=}:00.000000 "
 done
 
 shows "$two" --since=12:22:02.999999 --until=12:22:02.999999
-shows "$two" --since='2024-05-01 12:22:01.5' --until=@1714558923
-shows "${two/12:/10:}" --utc --since=10:22:02 --until='2024-05-01 10:22:03.4'
-shows "$all" --since=2024-05-01 --until=2024-05-01
-shows '' --since=2024-05-02
+shows "$two" --since='2024-05-02 12:22:01.5' --until=@1714645323
+shows "${two/12:/10:}" --utc --since=10:22:02 --until='2024-05-02 10:22:03.4'
+shows "$all" --since=2024-05-02 --until=2024-05-02
+shows '' --since=2024-05-03
 shows "$two" --grep='two: NO' --ignore-case
 shows '' --grep='two: NO'
 

@@ -1,10 +1,14 @@
 // What the commands do: to what is traced and logged, tasks, memory, libraries and directories.
 
+#include <sys/wait.h>
+
 #include "osw/ipc/mem_part.h"
 #include "osw/mem_part_private.h"
 #include "session.h"
 
 namespace {
+
+using namespace std::string_literals;
 
 TEST_F(Console, SwitchesAndMasksChannels) {
     const std::pair<std::string, uint16_t zatGENTrcComp::*> channels[] = {
@@ -44,19 +48,20 @@ TEST_F(Console, SwitchesAndMasksChannels) {
 /** Regions 1, 3 and 30 after some lines: the mask, whether it runs, and is locked. */
 std::string regions(const std::string& lines) {
     session(lines);
-    std::ostringstream states;
+    std::string states;
     for (const int32_t id : {1, 3, 30}) {
         const RgnLogInfo& info = *zatGENGetRgnLogInfo(id);
         RgnLogHeader header = {};
         zatGENGetRgnHeader(id, &header);
-        states << std::hex << info.mask << (header.size == 200 ? "s" : "")
-               << (header.run ? "r" : "") << (info.lock ? "l " : " ");
+        states += format("%x%s%s%s%s ", info.mask, header.size == 200 ? "s" : "",
+                         header.run ? "r" : "", info.lock ? "l" : "", info.shm ? "S" : "");
     }
-    return states.str();
+    return states;
 }
 
 TEST_F(Console, ManagesRegionLogs) {
-    EXPECT_EQ(regions("LRI 0x1e log 4 8 TRUE no\nLRI 3 1e 99 0 false x\nLRI\nLRI 1 x 99 0 x x"),
+    EXPECT_EQ(regions("LRI 0x1e log 4 8 TRUE no\nLRI 3 1e 99 0 false x\nLRI\nLRI 1 x 99 0 true\n"
+                      "LRI 1 x 99 0 x x\nLRI 1f x 99 0 x x\nLRT 1f"),
               "ffff ffff ffffl ");
     EXPECT_EQ(regions("LRMC log 3\nLRMC 1e 15 7\nlrmc 1e 16\nLRMC log x\nLRMC 30 0\nLRMC"),
               "ffff ffff 7ff7l ");
@@ -73,6 +78,7 @@ TEST_F(Console, ManagesRegionLogs) {
     EXPECT_NE(session("LFL log file\nLFL\nLFL 30\nLLS").find(" log ffff "), std::string::npos);
     EXPECT_GT(std::filesystem::file_size("file"), 20u + 28);
     EXPECT_EQ(regions("LRMC log 2\nLRA log 200 16 false x\nLRT 3\nLRT no"), "ffefr 0 fffbs ");
+    EXPECT_TRUE(session("LLS").find("     31 ") == std::string::npos) << said;
 }
 
 TEST_F(Console, SchedulesTasksAndChangesPools) {
@@ -80,8 +86,9 @@ TEST_F(Console, SchedulesTasksAndChangesPools) {
                       id = std::to_string(pthread_self()), line = "Task (" + id + ") priority = ",
                       negative = std::to_string(static_cast<int32_t>(pthread_self()));
     EXPECT_EQ(session("SCHED\nsched r\nSCHED X\nSCHED"), now + "FIFO\n" + now + "RR\n");
-    EXPECT_EQ(session(task + "\nprty " + id + "\nPRTY " + negative + "\nPRTY 4096\nPRTY -1 5 F"),
-              line + "0\n" + line + "0\n" + line + "0\n");
+    EXPECT_EQ(
+        session(task + "\nprty " + id + "\nPRTY " + negative + "\nPRTY 4096\nPRTY 0\nPRTY -1 5 F"),
+        line + "0\n" + line + "0\n" + line + "0\n");
     if (zatOSWSetTaskPriorityWithScheduler(pthread_self(), 7, SCHED_FIFO) == ZAT_OK) {
         EXPECT_EQ(session(task + "9\n" + task + "x\n" + task + "8 x\n" + task), line + "9\n");
         EXPECT_EQ(infoOf(0).policy, SCHED_RR);
@@ -91,6 +98,7 @@ TEST_F(Console, SchedulesTasksAndChangesPools) {
     for (const std::string words : {"0", "0 x 7", "0 1 4 x", "1 1"})
         EXPECT_NE(session("tplc " + words + "\nTPL").find(" 9     8     2 "), std::string::npos);
     EXPECT_NE(session("TPLC 0 2 -1 6 3 x\nTPL").find("    2    -1     6     3"), std::string::npos);
+    EXPECT_NE(session("TPLC 0 1\nTPL").find("    1    -1 "), std::string::npos) << said;
 }
 
 char cells[200] = "0123456789abcdefgh";  // looked at and changed by address
@@ -117,7 +125,9 @@ TEST_F(Console, LooksAtMemoryAndChangesIt) {
               prompt + at(0, "30") + at(1, "31") + at(2, "32") + at(1, "fe") + prompt +
                   at(20, "0000") + at(22, "0000") + prompt + at(28, "00000000") +
                   at(32, "00000000") + at(28, "aabbccdd") + "< ERROR > during data input.\n");
-    for (const char* line : {"DMP 8 1", "DMP fffffff0 32", "MPT 10 B", "MF 8", "mdf 8 L\n1\n2"})
+    static const uint32_t constant = 0;
+    for (const std::string& line : {"DMP 8 1"s, "DMP fffffff0 32"s, "MPT 10 B"s, "MF 8"s,
+                                    format("mdf %x L\n1\n2", wordOf(&constant))})
         EXPECT_NE(session(line).find("< ERROR > no memory at "), std::string::npos) << line;
     const uint32_t held = heldMemory();
     EXPECT_TRUE(session("MA 40\nMA\nma x\nMA 8").starts_with("<OK> zatOSWAllocMem() size=40 "));
@@ -171,6 +181,11 @@ TEST_F(Console, CallsLibrariesAndProgramsAndWorksInDirectories) {
     setenv("FRAMEWORKROOT", "/no", 1);
     EXPECT_TRUE(session("MKDIR x\nCHDIR x\ncwd\nexec  /bin/mkdir b").ends_with("/x\n"));
     EXPECT_TRUE(waitFor([] { return session("dir").find(" b\n") != std::string::npos; }));
+    EXPECT_TRUE(waitFor([] {
+        session("");
+        siginfo_t ended;
+        return waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) == -1;
+    })) << "programs that have ended are waited for";
     EXPECT_TRUE(session("UNLDL libc.so.6\nUNLDL x\nLDLLS").ends_with(" < no library loaded >\n"));
 }
 

@@ -11,6 +11,7 @@ const std::string askName = "Input record file name.\n", askPlayed = "Input play
                   end = ">>>> Exit play mode >>>>\n", noInput = "< ERROR > during data input.\n",
                   step = "=====>> step <<===== (Null:Step, Q:Quit, G:Go)\n",
                   notOpened = "< ERROR > could not open file : ",
+                  notWritten = "< ERROR > could not write record file.\n",
                   refused = "Cannot enter record mode\nCannot enter play mode\n",
                   noExit = "Cannot quit from record/play mode\n",
                   notRecording = "Invalid requset - not in record mode\n";
@@ -22,6 +23,7 @@ TEST_F(Console, RecordsAndPlaysLines) {
               askPlayed + begin + "a\n" + refused + noExit + end + "b\n" + notRecording +
                   notOpened + "no.\n" + notOpened + "/no/x.\n" + notRecording);
     EXPECT_EQ(std::filesystem::file_size("tape"), strlen("echo  a\n\nr x\nP x\nEXIT\ns\n"));
+    EXPECT_EQ(session("R /dev/full\necho a", "a\n"), "a\n" + noInput + notWritten);
     std::ofstream("tape") << "echo a \r\necho b";
     EXPECT_EQ(session("P tape\nx\n0"), begin + "a\nb\n" + noInput);
 }
@@ -74,11 +76,16 @@ TEST_F(Console, ReadsAndWritesWholeFiles) {
     void* bytes = zatGENReadFileData("file", &size);
     ASSERT_TRUE(size == 5 && memcmp(bytes, "a\0b\nc", 5) == 0 && hookChannel == 0x10F);
     zatOSWOrgFreeMemPart(0, bytes);
-    EXPECT_FALSE(zatGENReadFileData("/", &size) || zatGENReadFileData("no", &size) ||
-                 zatGENWriteFileData("/no/x", "", 1) || zatGENWriteFileData("/dev/full", "a", 1));
-    EXPECT_EQ(said, "File: file (size - 5) \n< ERROR > could not read file: /.\n" + notOpened +
-                        "no.\n" + notOpened + "/no/x. Error Code is 2\n" +
-                        "< ERROR > could not write file: /dev/full.\n");
+    std::ofstream("4 GiB") << "and a byte";
+    std::filesystem::resize_file("4 GiB", (uint64_t{1} << 32) + 1);
+    EXPECT_FALSE(zatGENReadFileData("4 GiB", &size) || zatGENReadFileData("/", &size) ||
+                 zatGENReadFileData("no", &size) || zatGENWriteFileData("/no/x", "", 1) ||
+                 zatGENWriteFileData("/dev/full", "a", 1));
+    EXPECT_EQ(said,
+              "File: file (size - 5) \n< ERROR > could not read file: 4 GiB.\n"
+              "< ERROR > could not read file: /.\n" +
+                  notOpened + "no.\n" + notOpened + "/no/x. Error Code is 2\n" +
+                  "< ERROR > could not write file: /dev/full.\n");
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 // What is printed of region logs: against what was written, and whatever became of the ring.
 
-#include <gtest/gtest.h>
-
 #include <climits>
-#include <cstdlib>
 #include <random>
 
 #include "clb/local_time.h"
@@ -29,10 +26,8 @@ Lines between(Lines lines, int32_t id = component) {
 
 std::string timeText(const ZatClock& time) {
     const uint32_t local = (time.seconds + 19800) % 86400;
-    char text[40];
-    snprintf(text, sizeof text, "%02u:%02u:%02u.%06u ", local / 3600, local / 60 % 60, local % 60,
-             time.nanoseconds / 1000);
-    return text;
+    return format("%02u:%02u:%02u.%06u ", local / 3600, local / 60 % 60, local % 60,
+                  time.nanoseconds / 1000);
 }
 
 class Print : public testing::Test {
@@ -53,8 +48,10 @@ TEST_F(Print, ShowsTextsAsTheyWereWritten) {
         Lines lines;
         std::vector<uint32_t> sizes;
         for (uint32_t step = 0, payload = 20; step < 150; ++step) {
-            std::string text(1 + random() % (size / 4), '%');
-            if (random() % 2 == 0) text.back() = '\n';
+            uint32_t length = 1 + random() % (size / 4);
+            if (size - payload < size / 4 && step % 2 == 0) length = size - payload + 1;
+            std::string text(length, '%');
+            if (random() % 4 != 0) text.back() = '\n';
             if (random() % 4 == 0) text[random() % text.size()] = '\0';
             const ZatClock time = {random() >> 1, random() % 1000000000};
             write(text, time);
@@ -105,9 +102,7 @@ TEST_F(Print, DecodesBinaryRecordsAndDumpsWhatCannotBe) {
         while (at < length) {
             std::string hex, characters;
             for (; at < length && characters.size() < 16; ++at) {
-                char digits[4];
-                snprintf(digits, sizeof digits, "%02X ", static_cast<uint8_t>(record[at]));
-                hex += digits;
+                hex += format("%02X ", static_cast<uint8_t>(record[at]));
                 characters += record[at] >= 32 && record[at] <= 126 ? record[at] : '.';
             }
             hex.resize(47, ' ');
@@ -169,27 +164,6 @@ TEST_F(Print, ShowsOneRegionOrAll) {
     EXPECT_EQ(own[2].substr(16), "OSW:" + own[3]);
 }
 
-TEST_F(Print, SurvivesDamage) {
-    std::mt19937 random(testSeed());
-    makeLog(component, 512);
-    RgnLogInfo& info = *zatGENGetRgnLogInfo(component);
-    for (uint32_t step = 0; step < 1000; ++step) {
-        write(std::string(1 + random() % 70, 'x'));
-        for (uint32_t i = random() % 4; i > 0; --i)
-            reinterpret_cast<uint32_t*>(info.data)[random() % 128] =
-                step % 3 == 0 ? random() : random() % 600 / 8 * 8;
-        if (step % 2 == 0) (&info.header->size)[random() % 3] = random() >> random() % 32;
-        info.fmt = step / 2 % 2;
-        const Lines lines = print(step / 4 % 2);
-        ASSERT_LE(lines.size(), 2 + 512u / 8);
-        ASSERT_EQ((Lines{lines.front(), lines.back()}), between({}));
-    }
-    RgnLogHeader* const header = info.header;
-    info.header = nullptr;
-    EXPECT_EQ(print(1), Lines());
-    info.header = header;
-}
-
 TEST_F(Print, ListsTheRegionsInPages) {
     const Lines head = {"  Id       Component    mask buf(ptr)  partid   size   len  fmt run\n",
                         "------ ---------------- ---- -------- -------- ------ ----- --- ---\n"};
@@ -203,11 +177,9 @@ TEST_F(Print, ListsTheRegionsInPages) {
         zatGENCreateRgnLog(id, name.c_str(), i * 0x12, i + 1, i - 4, 1, i == 3, i % 3 == 0);
         if (i % 4 == 0) zatGENStartRgnLog(id);
         const RgnLogInfo& info = *zatGENGetRgnLogInfo(id);
-        char row[100];
-        snprintf(row, sizeof row, "%6d %16.16s %04x %8x %8x %6d %5d   %c %3d\n", id, name.c_str(),
-                 i * 0x12, wordOf(info.data), info.partition, (i + 8) / 8 * 8, i - 4,
-                 i % 3 == 0 ? 'B' : 'T', i % 4 == 0);
-        expected.emplace_back(row);
+        expected.push_back(format("%6d %16.16s %04x %8x %8x %6d %5d   %c %3d\n", id, name.c_str(),
+                                  i * 0x12, wordOf(info.data), info.partition, (i + 8) / 8 * 8,
+                                  i - 4, i % 3 == 0 ? 'B' : 'T', i % 4 == 0));
     }
 }
 

@@ -8,15 +8,23 @@
 #include "gen/rgnlog/region_log.h"
 #include "osw/worker.h"
 
-/** The payloads, oldest first; every record must be whole. */
-inline std::vector<std::string> recordsOf(int32_t id) {
+using Lines = std::vector<std::string>;
+
+/** The records, oldest first, in the bytes that they take. */
+inline std::string bytesOf(int32_t id) {
     std::string bytes;
     char buffer[52];
-    uint32_t length = 0, head[5] = {}, newest = 0;
+    uint32_t length = 0;
     for (uint32_t position = ZAT_GEN_OLDEST; length != ZAT_GEN_LOG_END;
          bytes.append(buffer, length))
         if (zatGENReadRgnLog(id, buffer, 52, &length, &position) != 0 || length > 52) break;
-    std::vector<std::string> records;
+    return bytes;
+}
+
+/** The payloads of records, which must be whole; the first word is the size of the last one. */
+inline Lines recordsIn(const std::string& bytes) {
+    Lines records;
+    uint32_t head[5] = {}, newest = 0;
     for (uint32_t at = 0; at < bytes.size() && !testing::Test::HasFailure(); at += head[1]) {
         memcpy(head, bytes.substr(at).append(20, 0).data(), sizeof head);
         EXPECT_TRUE(at + head[1] <= bytes.size() && head[4] + 27 - head[1] < 8) << "at " << at;
@@ -25,6 +33,10 @@ inline std::vector<std::string> recordsOf(int32_t id) {
     }
     EXPECT_EQ(newest, head[1]);
     return records;
+}
+
+inline Lines recordsOf(int32_t id) {
+    return recordsIn(bytesOf(id));
 }
 
 #endif

@@ -6,10 +6,11 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
+using namespace std::string_literals;
 
-ZatStatus make(int32_t id, const char* name = "log", uint32_t shm = 0) {
-    return zatGENCreateRgnLog(id, name, 0xFFFF, 256, 8, 1, shm, 0) + zatGENStartRgnLog(id);
+ZatStatus make(int32_t id, const std::string& name = "log", uint32_t shm = 0, uint32_t fmt = 0) {
+    return zatGENCreateRgnLog(id, name.c_str(), 0xFFFF, 256, 8, 1, shm, fmt) +
+           zatGENStartRgnLog(id);
 }
 ZatStatus write(int32_t id, const std::string& text) {
     const ZatClock time = {1, 2};
@@ -48,7 +49,7 @@ TEST(Region, RecordsWhileItIsStarted) {
         EXPECT_EQ(zatGENCreateRgnLog(7, "other", 0, size, 8, 0, 0, 0), ZAT_GEN_LOG_EXISTS);
     EXPECT_EQ(zatGENStartRgnLog(7) + write(7, "one") + write(7, "two and three"), ZAT_OK);
     EXPECT_EQ(write(7, "") + zatGENStopRgnLog(7) + write(7, "dropped") + write(8, "x"), ZAT_OK);
-    EXPECT_EQ(recordsOf(7), (Texts{"one", "two and "}));
+    EXPECT_EQ(recordsOf(7), (Lines{"one", "two and "}));
     EXPECT_EQ(zatGENReadRgnLog(7, &word, 3, &length, &position), 0);
     EXPECT_EQ(length, 0u);
     EXPECT_EQ(zatGENReadRgnLog(8, &word, 4, &length, &position), -1);
@@ -61,7 +62,7 @@ TEST(Region, RecordsWhileItIsStarted) {
 
 TEST(Region, HasAMaskAndAName) {
     for (const int32_t id : {3, INT32_MIN, 0x2002, 0, INT32_MAX, -2})
-        ASSERT_EQ(make(id, id == 3 || id == 0 ? "same" : "other"), ZAT_OK);
+        ASSERT_EQ(make(id, id == 3 || id == 0 ? "same" : "other", 0, id == 0), ZAT_OK);
     for (const int32_t id : {INT32_MIN, -2, 0, 3, 0x2002, INT32_MAX})
         EXPECT_EQ(zatGENGetRgnLogInfo(id)->id, id);
     int32_t found = 4711;
@@ -70,16 +71,30 @@ TEST(Region, HasAMaskAndAName) {
     const RgnLogInfo& info = *zatGENGetRgnLogInfo(0);
     EXPECT_TRUE(zatGENClrRgnLogMask(0, 15) == ZAT_OK && info.mask == 0x7FFF);
     EXPECT_EQ(zatGENClrZeroRgnLogMask(0) + zatGENSetRgnLogMask(0, 4), ZAT_OK);
-    for (const uint32_t bit : {16u, 31u, 32u, 36u, ~0u})
-        EXPECT_EQ(zatGENSetRgnLogMask(0, bit) + zatGENClrRgnLogMask(0, bit), ZAT_OK);
-    EXPECT_TRUE(info.mask == 0x10 && zatGENReallocRgnLog("same", 0, 5, 0, 0) == ZAT_FAILED);
+    for (const uint32_t bit : {16u, 31u, 32u, 36u, ~0u}) {
+        EXPECT_TRUE(zatGENSetRgnLogMask(0, bit) == ZAT_OK && info.mask == 0x10) << bit;
+        EXPECT_TRUE(zatGENClrRgnLogMask(0, bit) == ZAT_OK && info.mask == 0x10) << bit;
+    }
+    EXPECT_EQ(zatGENReallocRgnLog("same", 0, 5, 0, 0), ZAT_FAILED);
     EXPECT_EQ(info.header->size, 256u) << "it stays";
     EXPECT_EQ(write(0, "gone") + zatGENReallocRgnLog(info.name, 50, 5, 0, 0), ZAT_OK);
     const RgnLogInfo now = *zatGENGetRgnLogInfo(0);
-    EXPECT_TRUE(now.mask == 0x10 && now.lock == 0 && std::string(now.name) == "same");
+    EXPECT_TRUE(now.mask == 0x10 && now.lock == 0 && now.fmt == 1 && now.name == "same"s);
     EXPECT_TRUE(now.header->size == 56 && now.header->run == 0 && recordsOf(0).empty());
     EXPECT_TRUE(zatGENDeleteRgnLog(0) == ZAT_OK && info.id == -1 && info.mask == 0);
     EXPECT_TRUE(zatGENTermRgnLog() == ZAT_OK && zatGENGetRgnLogInfo(3)->id == -1);
+}
+
+TEST(Region, LeavesNothingBehindButARecordForAnother) {
+    const std::string names[] = {"short", std::string(5000, 'n'), std::string(5000, 'm')};
+    for (const std::string& name : names) {
+        const uint32_t held = heldMemory();
+        EXPECT_EQ(make(1, name) + write(1, "a text"), ZAT_OK);
+        EXPECT_EQ(zatGENGetRgnLogInfo(1)->name, name);
+        EXPECT_EQ(recordsOf(1), Lines{"a text"});
+        EXPECT_EQ(zatGENTermRgnLog(), ZAT_OK);
+        EXPECT_TRUE(name != names[2] || heldMemory() == held);
+    }
 }
 
 TEST(RegionLock, IsHeldUntilEachTakeIsGivenBack) {
@@ -89,7 +104,7 @@ TEST(RegionLock, IsHeldUntilEachTakeIsGivenBack) {
     EXPECT_TRUE(isAwaited(1, 1) && recordsOf(1).size() == 1);
     EXPECT_EQ(zatGENUnlockRgnLog(1) + writer.join(), ZAT_OK);
     EXPECT_EQ(zatGENUnlockRgnLog(1), ZAT_FAILED) << "not taken";
-    EXPECT_EQ(recordsOf(1), (Texts{"before", "after"}));
+    EXPECT_EQ(recordsOf(1), (Lines{"before", "after"}));
 }
 
 TEST(RegionLock, OfADeletedRegionIsWaitedForNoMore) {
@@ -150,7 +165,7 @@ TEST(Region, IsUsedMadeAndDeletedByManyAtOnce) {
         Worker one(work), two(work), three(work);
     }
     EXPECT_EQ(zatGENTermRgnLog() + make(1) + write(1, "a text"), ZAT_OK);
-    EXPECT_EQ(recordsOf(1), Texts{"a text"});
+    EXPECT_EQ(recordsOf(1), Lines{"a text"});
 }
 
 }  // namespace

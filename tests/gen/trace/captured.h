@@ -10,9 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "osw/worker.h"
-
-using Lines = std::vector<std::string>;
+#include "gen/rgnlog/records.h"
 
 constexpr uint32_t component = 0x2002;
 inline const std::string prompt = "Enter to continue, or <Q> to quit.\n";
@@ -49,20 +47,6 @@ inline void listen() {
 inline void makeLog(int32_t id, int32_t size = 8000, int32_t maxEntry = 0, uint32_t fmt = 0) {
     ASSERT_EQ(zatGENCreateRgnLog(id, "a log", 0xFFFD, size, maxEntry, 1, 0, fmt), ZAT_OK);
     ASSERT_EQ(zatGENStartRgnLog(id), ZAT_OK);
-}
-
-/** The payloads of a region's records, the oldest first. */
-inline Lines recordsOf(int32_t id) {
-    Lines records;
-    char ring[8000];
-    uint32_t position = ZAT_GEN_OLDEST, filled = 0, length = 0;
-    for (; zatGENReadRgnLog(id, ring + filled, 100, &length, &position) == 0; filled += length)
-        if (length == ZAT_GEN_LOG_END) break;
-    for (uint32_t at = 0, words[5]; at < filled; at += words[1]) {
-        memcpy(words, ring + at, sizeof words);
-        records.emplace_back(ring + at + 20, words[4]);
-    }
-    return records;
 }
 
 #endif

@@ -2,11 +2,8 @@
 
 #include "gen/trace/component.h"
 
-#include <gtest/gtest.h>
-
 #include <map>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "gen/trace/mask.h"
@@ -23,14 +20,14 @@ int32_t componentCount() {
 TEST(Registry, HoldsTheLibrarysOwnComponents) {
     EXPECT_EQ(componentCount(), 2) << "before the library is up";
     ASSERT_EQ(zatOSWInit(), ZAT_OK);
-    const std::map<uint32_t, std::string> names = {
+    const std::pair<uint32_t, const char*> names[] = {
         {0, "SYSTEM"},   {0xFFFFFFFF, "OTHERS"}, {0x2000, "GEN"}, {0x0030, "IPC"}, {0x2004, "EVT"},
         {0x2007, "TOL"}, {0x2003, "TTR"},        {0x2002, "OSW"}, {0x2001, "CLB"}};
-    EXPECT_EQ(componentCount(), static_cast<int32_t>(names.size()));
+    EXPECT_EQ(componentCount(), 9);
     for (const auto& [id, name] : names) {
         const zatGENTrcComp* component = zatGENGetTrcMaskById(id);
         ASSERT_NE(component, nullptr) << name;
-        EXPECT_EQ(component->name, name);
+        EXPECT_STREQ(component->name, name);
         EXPECT_EQ(component->dumpsize, 64u);
     }
     EXPECT_EQ(zatGENGetTrcMaskByName("oSw"), zatGENGetTrcMask(0x2002));
@@ -90,60 +87,52 @@ TEST(Registry, GrowsWhileOthersTrace) {
     EXPECT_EQ(componentCount(), count);
 }
 
-using Mask = uint16_t zatGENTrcComp::*;
-
-struct ChannelCalls {
-    Mask mask;
-    ZatStatus (*set)(uint32_t, uint32_t);
-    ZatStatus (*clr)(uint32_t, uint32_t);
-    ZatStatus (*zero)(uint32_t);
-    ZatStatus (*all)(uint32_t);
-    void (*clean)();
-    void (*full)();
-    ZatStatus (*clearAll)(uint32_t);
-    ZatStatus (*setAll)(uint32_t);
-};
-
-#define CALL_OF(channel, mask, operation, result, parameters, arguments) zatGEN##channel##operation,
+#define CALL_OF(channel, mask, operation, result, parameters, arguments) \
+    , &zatGEN##channel##operation
 #define CALLS_OF(channel, mask) \
-    {&zatGENTrcComp::mask, ZAT_GEN_MASK_OPERATIONS(CALL_OF, channel, mask)},
-const ChannelCalls channels[] = {ZAT_GEN_CHANNELS(CALLS_OF)};
+    std::tuple(#channel, &zatGENTrcComp::mask ZAT_GEN_MASK_OPERATIONS(CALL_OF, channel, mask)),
+const std::array channels = {ZAT_GEN_CHANNELS(CALLS_OF)};
 
 TEST(Masks, AreChangedByTheCallsOfTheirChannelOnly) {
     ASSERT_EQ(zatOSWInit(), ZAT_OK);
     const uint32_t ids[] = {ZAT_GEN_SYSTEM, ZAT_GEN_OTHERS, 0x2000, 0x2002};
     constexpr uint32_t unknown = 0x1234;
-    for (const ChannelCalls& calls : channels) {
-        for (const uint32_t id : ids)
-            *zatGENGetTrcMask(id) = {id, 0xFF0, 0xFF0, 0xFF0, 0xFF0, 0xFF0, 0xFF0, 64, "any"};
-        // The channel's masks of SYSTEM, OTHERS, GEN and OSW.
-        const auto expect = [&](const std::vector<uint16_t>& expected, const char* after) {
-            for (uint32_t i = 0; i < 4; ++i)
-                for (const ChannelCalls& other : channels)
-                    EXPECT_EQ(zatGENGetTrcMask(ids[i])->*other.mask,
-                              &other == &calls ? expected[i] : 0xFF0)
-                        << after << ", channel " << &calls - channels << ", component " << ids[i];
-        };
-        for (const uint32_t bit : {16u, 32u, 0xFFFFFFFFu}) {
-            EXPECT_EQ(calls.set(0x2002, bit), ZAT_GEN_BAD_MASK_BIT);
-            EXPECT_EQ(calls.clr(0x2002, bit), ZAT_GEN_BAD_MASK_BIT);
-            EXPECT_EQ(calls.setAll(bit), ZAT_GEN_BAD_MASK_BIT);
-            EXPECT_EQ(calls.clearAll(bit), ZAT_GEN_BAD_MASK_BIT);
+    for (const auto& [name, mask, set, clr, zero, all, clean, full, clearAll, setAll] : channels) {
+        SCOPED_TRACE(name);
+        const auto changed = mask;
+        zatGENTrcComp expected[4];
+        for (zatGENTrcComp& record : expected) {
+            const uint32_t id = ids[&record - expected];
+            record = {id, 0xFF0, 0xFF0, 0xFF0, 0xFF0, 0xFF0, 0xFF0, 64, "any"};
+            *zatGENGetTrcMask(id) = record;
         }
+        // The channel's masks of SYSTEM, OTHERS, GEN and OSW; the others stay.
+        const auto expect = [&](const std::array<uint16_t, 4>& masks, const char* after) {
+            for (uint32_t i = 0; i < 4; ++i) {
+                expected[i].*changed = masks[i];
+                EXPECT_EQ(memcmp(zatGENGetTrcMask(expected[i].id), &expected[i], sizeof *expected),
+                          0)
+                    << after << ", component " << i;
+            }
+        };
+        for (const uint32_t bit : {16u, 32u, 0xFFFFFFFFu})
+            for (const ZatStatus status :
+                 {set(0x2002, bit), clr(0x2002, bit), setAll(bit), clearAll(bit)})
+                EXPECT_EQ(status, ZAT_GEN_BAD_MASK_BIT);
         expect({0xFF0, 0xFF0, 0xFF0, 0xFF0}, "bits out of range");
-        EXPECT_EQ(calls.set(0x2002, 15) | calls.set(ZAT_GEN_SYSTEM, 0) | calls.set(unknown, 1), 0u);
+        EXPECT_EQ(set(0x2002, 15) | set(ZAT_GEN_SYSTEM, 0) | set(unknown, 1), 0u);
         expect({0xFF1, 0xFF2, 0xFF0, 0x8FF0}, "Set");
-        EXPECT_EQ(calls.clr(0x2002, 4) | calls.clr(unknown, 0), 0u);
+        EXPECT_EQ(clr(0x2002, 4) | clr(unknown, 0), 0u);
         expect({0xFF1, 0xFF2, 0xFF0, 0x8FE0}, "Clr");
-        EXPECT_EQ(calls.setAll(14), ZAT_OK);
+        EXPECT_EQ(setAll(14), ZAT_OK);
         expect({0xFF1, 0x4FF2, 0x4FF0, 0xCFE0}, "SetAll");
-        EXPECT_EQ(calls.clearAll(11), ZAT_OK);
+        EXPECT_EQ(clearAll(11), ZAT_OK);
         expect({0xFF1, 0x47F2, 0x47F0, 0xC7E0}, "ClearAll");
-        EXPECT_EQ(calls.all(0x2000) | calls.zero(0x2002), 0u);
+        EXPECT_EQ(all(0x2000) | zero(0x2002), 0u);
         expect({0xFF1, 0x47F2, 0xFFFF, 0}, "All and Zero");
-        calls.full();
+        full();
         expect({0xFF1, 0xFFFF, 0xFFFF, 0xFFFF}, "Full");
-        calls.clean();
+        clean();
         expect({0xFF1, 0, 0, 0}, "Clean");
     }
 }

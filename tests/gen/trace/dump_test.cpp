@@ -57,6 +57,7 @@ TEST_F(Dumps, AskAfterEachPage) {
     EXPECT_EQ(dump(63, 63, 0), "||?||");
     EXPECT_EQ(dump(64, 64, 0), "||?||?");
     EXPECT_EQ(dump(100, 64, 1), "||||>");
+    EXPECT_EQ(dump(100, 64, 0), "||?||?") << "whoever is asked knows";
     answers = {"\n", "Quit\n", "q"};
     EXPECT_EQ(dump(100, 100, 0), "||?||?");
     EXPECT_EQ(dump(100, 100, 0), "||?");
@@ -78,6 +79,8 @@ TEST_F(Dumps, AreForwardedInFullWhateverTheMasks) {
     EXPECT_EQ(recordsOf(component), lines);
     zatGENSetRgnLogMask(0, 1);
     EXPECT_EQ(forward(1), 42u) << "the other one does not take it";
+    zatGENTraceDump(0, 2, 3, bytes, 20, 1, 0);
+    EXPECT_EQ(recordsOf(0).size(), 6u) << "of SYSTEM, whose log it is, once";
     zatGENTermRgnLog();
     EXPECT_EQ(forward(3), 0u);
 }

@@ -1,163 +1,183 @@
-// What the trace asks of region logs: which it makes, and which messages it offers to which.
+// What the trace asks of region logs: which it makes, which messages they get, and their files.
 
-/* The sources themselves, over logs of the test's own. */
-/* NOLINTBEGIN(bugprone-suspicious-include) */
-#include "gen/trace/component.cpp"
-#include "gen/trace/log_environment.cpp"
-#include "gen/trace/output.cpp"
-#include "gen/trace/prefix.cpp"
-#include "gen/trace/trace_log.cpp"
-/* NOLINTEND(bugprone-suspicious-include) */
+#include <bit>
+#include <iterator>
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <map>
-#include <string>
-#include <vector>
-
-#include "gen/trace/mask.h"
-#include "osw/init.h"
-
-static std::map<uint32_t, uint32_t> masks; /**< of the logs that there are */
-static std::vector<std::string> asked;
-
-template <class... Arguments>
-static void ask(const char* format, Arguments... arguments) {
-    char text[300];
-    snprintf(text, sizeof text, format, arguments...);
-    asked.emplace_back(text);
-}
-
-bool genLogExists(uint32_t id) {
-    return masks.count(id) != 0;
-}
-bool genLogTakes(uint32_t id, uint32_t level) {
-    return genLogExists(id) && (masks[id] >> level & 1) != 0;
-}
-void genMakeLog(const zatGENTrcLogDef& log) {
-    masks[log.id] = log.mask;
-    ask("%x %s %x %d %d %u %u", log.id, log.name, log.mask, static_cast<int>(log.lines),
-        static_cast<int>(log.width), log.opt1, log.opt2);
-}
-void genMakeLog(const zatGENTrcLogDefEx& log) {
-    masks[log.id] = log.mask;
-    ask("%x %s %x %u %u %u %u %u", log.id, log.name, log.mask, log.arg1, log.arg2, log.arg3,
-        log.arg4, log.arg5);
-}
-void genWriteLog(uint32_t id, const char* text) {
-    ask("%x<%s", id, text);
-}
-void genWriteLog(uint32_t id, const char* prefix, const char* text) {
-    ask("%x<%s%s", id, prefix, text);
-}
-
-bool oswHasRoom(uint32_t) {
-    return true;
-}
-
-/* There are none here. */
-ZatGenPrintFunc genPrintHook;
-ZatGenDumpLogFunc genDumpLogHook;
-GenUserNode* genNextUser(GenUserKind, const GenUserNode*) {
-    return nullptr;
-}
+#include "gen/trace/captured.h"
+#include "gen/trace/listing.h"
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
-template <class Call>
-Texts askedBy(Call call) {
-    asked.clear();
-    call();
-    return asked;
+/** What a log was made with: name, mask, size, longest record, lock, sharing, format. */
+std::string logOf(int32_t id) {
+    const RgnLogInfo& info = *zatGENGetRgnLogInfo(id);
+    if (info.id != id) return "none";
+    return format("%s %x %u %d %d %u %u%s", info.name, info.mask, info.header->size,
+                  info.header->maxEntry, info.lock != 0, info.shm, info.fmt,
+                  info.header->run != 0 ? "" : " stopped");
 }
 
-TEST(StandardLogs, AreMadeAsTheEnvironmentSays) {
-    setenv("GEN_STDLOG_ENV", ",100,,80,STD,more", 1);
-    setenv("GEN_ERRLOG_ENV", "500,200", 1);
-    setenv("GEN_PERFLOG_ENV", "500,200,abcdefghijklmnopqrst", 1);
-    setenv("GEN_MCLOG_ENV", "100,-1,MC/LOG", 1);
-    setenv("GEN_MCDUMP_ENV", (std::string(200, '1') + ",2,cut off").c_str(), 1);
-    const auto make = [] { genMakeStandardLogs(); };
-    EXPECT_EQ(askedBy(make), (Texts{"0 STD ffff 400 120 1 1", "2 abcdefghijklmno ffff 500 200 1 1",
-                                    "3 MC/LOG ffff 100 -1 1 1"}));
-    EXPECT_FALSE(genExtraLogs);
-    setenv("GEN_ERRLOG_ENV", "500,200,ERR", 1);
-    EXPECT_EQ(askedBy(make).at(1), "1 ERR ffff 500 200 1 1");
-    EXPECT_TRUE(genExtraLogs);
-    EXPECT_TRUE(askedBy([] { zatGENAddExtraTraceLog(); }).empty()) << "a placeholder";
-}
-
-TEST(UserLogs, AreMadeForRegisteredComponentsWithoutOne) {
-    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+TEST(Environment, MakesStandardLogsAndThoseOfComponentsWithoutOne) {
+    /* Of an entry, 127 characters count. */
+    const std::string kept = "gen,9" + std::string(121, ',') + "5";
+    const std::string cut = "clb,9" + std::string(122, ',') + "5";
+    const std::pair<const char*, std::string> variables[] = {
+        {"GEN_STDLOG_ENV", ",100,,80,STD,more"},
+        {"GEN_ERRLOG_ENV", "500,200"},
+        {"GEN_PERFLOG_ENV", "500,200,abcdefghijklmnop"},
+        {"GEN_MCLOG_ENV", "104,-1,MC"},
+        {"GEN_USRLOG_ENV",
+         "/osw,200,100/osw,1,1/ipc//nobody,1,2/,,mine,,7,8,name,more/" + kept + "/" + cut}};
+    for (const auto& [variable, value] : variables)
+        setenv(variable, value.c_str(), 1);
     zatGENTrcComp mine = {0x4711, 0, 0, 0, 0, 0, 0, 64, "MINE"};
-    masks[0x2004] = 0;
-    const std::string longName(200, 'n');
-    setenv("GEN_USRLOG_ENV",
-           ("/osw,200,100/ipc//evt/others,1,2/nobody,1,2/,,mine,,7,8,name,more/osw/gen,1,2," +
-            longName + "/clb,,9")
-               .c_str(),
-           1);
-    EXPECT_EQ(askedBy([&] { zatGENAddTraceId(&mine, 1); }),
-              (Texts{"2002 osw_LOG ffff 200 100 1 1", "30 ipc_LOG ffff 100 80 1 1",
-                     "4711 name ffff 7 8 1 1",
-                     "2000 " + longName.substr(0, 127 - strlen("gen,1,2,")) + " ffff 1 2 1 1",
-                     "2001 clb_LOG ffff 9 80 1 1"}));
-}
-
-TEST(TableLogs, AreMadeUnlessTheyExistOrAreForNobody) {
-    masks[7] = 0;
-    const zatGENTrcLogDef logs[] = {
-        {6, 1, 2, 3, 4, 5, "six"}, {ZAT_GEN_NO_LOG_ID, 1, 1, 1, 1, 1, ""}, {7, 1, 1, 1, 1, 1, ""}};
-    EXPECT_EQ(askedBy([&] { zatGENAddTraceLog(logs, 3); }), Texts{"6 six 5 1 2 3 4"});
-    const zatGENTrcLogDefEx more[] = {{7, 1, 1, 1, 1, 1, 1, ""}, {8, 1, 2, 3, 4, 5, 6, "eight"}};
-    EXPECT_EQ(askedBy([&] { zatGENAddTraceLogEx(more, 2); }), Texts{"8 eight 6 1 2 3 4 5"});
-}
-
-Texts logsOf(uint32_t type, uint32_t level) {
-    return askedBy([=] { zatGENTrcPrintf(0x2002, type, level, "text"); });
-}
-
-TEST(Messages, AreOfferedToTheLogsThatTakeThem) {
     ASSERT_EQ(zatOSWInit(), ZAT_OK);
-    const std::string own = "2002<OSW:text\n";
-    const std::string standard = "0<OSW:text\n";
-    const std::string error = "1<OSW:text\n";
-    const std::string performance = "2<OSW:text\n";
-    for (const uint32_t type : {2u, 0x101u, 0x102u})
-        EXPECT_EQ(logsOf(type, 0), Texts{error}) << "also without masks and logs, type " << type;
-    for (const uint32_t type : {1u, 3u, 7u, 0x103u, 0x107u, 4u})
-        EXPECT_EQ(logsOf(type, 0x100), Texts{}) << type;
-    masks = {{0, 0xFFFD}, {2, 0xFFFB}, {0x2002, 0xFFF7}};  // without levels 1, 2 and 3
-    zatGENGetTrcMask(ZAT_GEN_SYSTEM)->logmask = zatGENGetTrcMask(0x2002)->logmask = 0xFFFF;
-    for (const uint32_t forwarded : {0u, 1u}) {
-        zatGENFwdToRgn = forwarded;
-        const auto also = [=](Texts texts, const Texts& others) {
-            if (forwarded != 0) texts.insert(texts.begin(), others.begin(), others.end());
-            return texts;
-        };
-        for (const uint32_t type : {1u, 2u, 0x101u, 0x102u}) {
-            EXPECT_EQ(logsOf(type, 0x101), also({performance}, {own})) << type;
-            EXPECT_EQ(logsOf(type, 0x102), also({}, {standard, own})) << type;
-            EXPECT_EQ(logsOf(type, 0x103), also({performance}, {standard})) << type;
-            EXPECT_EQ(logsOf(type, 15), Texts{}) << type;
-        }
-        for (const uint32_t type : {3u, 0x103u}) {
-            EXPECT_EQ(logsOf(type, 0x101), Texts{own});
-            EXPECT_EQ(logsOf(type, 15), (Texts{standard, own}));
-        }
-        for (const uint32_t type : {7u, 0x107u}) {
-            EXPECT_EQ(logsOf(type, 15), Texts{"2002<text\n"});
-            EXPECT_EQ(logsOf(type, 3), Texts{});
-        }
+    EXPECT_EQ(logOf(0x4711), "none");
+    zatGENAddTraceId(&mine, 1);
+    const std::pair<int32_t, const char*> logs[] = {{0, "STD ffff 56000 120 1 1 0"},
+                                                    {1, "none"},
+                                                    {2, "abcdefghijklmno ffff 110000 200 1 1 0"},
+                                                    {3, "MC ffff 104 0 1 1 1"},
+                                                    {4, "none"},
+                                                    {0x2002, "osw_LOG ffff 24000 100 1 1 0"},
+                                                    {0x30, "ipc_LOG ffff 10000 80 1 1 0"},
+                                                    {0x4711, "name ffff 200 8 1 1 0"},
+                                                    {0x2000, "gen_LOG ffff 232 5 1 1 0"},
+                                                    {0x2001, "clb_LOG ffff 904 80 1 1 0"}};
+    for (const auto& [id, log] : logs)
+        EXPECT_EQ(logOf(id), log);
+}
+
+TEST(Tables, MakeLogsUnlessTheyExist) {
+    const zatGENTrcLogDef logs[] = {{6, 2, 12, 1, 0, 5, "six"},
+                                    {ZAT_GEN_NO_LOG_ID, 1, 1, 1, 0, 1, ""},
+                                    {6, 1, 1, 0, 0, 1, "again"}};
+    const zatGENTrcLogDefEx more[] = {{6, 1, 1, 1, 1, 1, 1, "again"},
+                                      {8, 40, 3, 1, 0, 1, 6, "eight"},
+                                      {9, 40, 3, 0, 1, 0, 6, "nine"}};
+    EXPECT_EQ(zatGENAddTraceLog(logs, 3) | zatGENAddTraceLogEx(more, 3), 0u);
+    EXPECT_EQ(logOf(6), "six 5 64 12 1 0 0");
+    EXPECT_EQ(logOf(8), "eight 6 40 3 1 0 1");
+    EXPECT_EQ(logOf(9), "nine 6 40 3 1 1 0");
+}
+
+/** The logs that a message comes to, a letter each: standard, error, performance, own. */
+std::string logsOf(uint32_t type, uint32_t level, uint32_t id = component) {
+    static int number;
+    zatGENTrcPrintf(id, type, level, "%d", ++number);
+    const std::string text = (type & 7) == 7 ? "" : id == component ? "OSW:" : "SYSTEM:";
+    std::string logs;
+    for (const auto& [log, letter] : {std::pair(0, 'S'), {1, 'E'}, {2, 'P'}, {0x2002, 'O'}})
+        for (const std::string& record : recordsOf(log))
+            if (record == text + std::to_string(number) + "\n") logs += letter;
+    return logs;
+}
+
+TEST(Messages, AreWrittenIntoTheLogsThatTakeThem) {
+    ASSERT_EQ(zatOSWInit(), ZAT_OK);
+    for (const auto& [id, mask] :
+         {std::pair(0, 0xFFFDu), {1, 0u}, {2, 0xFFFBu}, {0x2002, 0xFFF7u}}) {
+        ASSERT_EQ(zatGENCreateRgnLog(id, "log", mask, 8000, 0, 1, 0, 0), ZAT_OK);
+        ASSERT_EQ(zatGENStartRgnLog(id), ZAT_OK);
     }
+    zatGENGetTrcMask(ZAT_GEN_SYSTEM)->logmask = zatGENGetTrcMask(component)->logmask = 0xFFFF;
+    const std::vector<uint32_t> printed = {1, 2, 0x101, 0x102}, logged = {3, 0x103},
+                                direct = {7, 0x107};
+    /* By types and level: the logs, and those when messages are forwarded. */
+    const std::tuple<std::vector<uint32_t>, uint32_t, const char*, const char*> cases[] = {
+        {{2, 0x101, 0x102}, 0, "E", "SEO"},
+        {{1}, 0, "", "SO"},
+        {printed, 0x101, "P", "PO"},
+        {printed, 0x102, "", "SO"},
+        {printed, 0x103, "P", "SP"},
+        {printed, 15, "", ""},
+        {logged, 0x101, "O", "O"},
+        {logged, 15, "SO", "SO"},
+        {direct, 15, "O", "O"},
+        {direct, 3, "", ""},
+        {{0, 4, 0x104}, 0x100, "", ""}};
+    for (const bool isForwarded : {false, true}) {
+        if (isForwarded) zatGENForwardTrcMsgToRgnLog();
+        for (const auto& [types, level, logs, forwarded] : cases)
+            for (const uint32_t type : types)
+                EXPECT_EQ(logsOf(type, level), isForwarded ? forwarded : logs)
+                    << std::hex << "type " << type << " level " << level;
+    }
+    EXPECT_EQ(logsOf(3, 14, ZAT_GEN_SYSTEM), "S") << "its own log is the standard one";
+    uint32_t head[4] = {}, length = 0, position = ZAT_GEN_OLDEST;
+    zatGENReadRgnLog(0, head, sizeof head, &length, &position);
+    ZatClock now;
+    zatOSWGetClock(&now);
+    EXPECT_LE(now.seconds - head[2], 60u) << "the time of the first one";
     zatGENTrcSetLogFormat(3);
-    EXPECT_EQ(logsOf(3, 15).at(0), "0<OSW(8194)-15:text\n");
+    zatGENTrcPrintf(component, 3, 0x10F, "text");
+    EXPECT_EQ(recordsOf(0).back(), "OSW(8194)-15:text\n");
     const std::string name(200, 'n');
-    zatGENGetTrcMask(0x2002)->name = name.c_str();
-    EXPECT_EQ(logsOf(2, 0).at(2), "1<" + name.substr(0, 94) + ":text\n");
+    zatGENGetTrcMask(component)->name = name.c_str();
+    zatGENTrcPrintf(component, 2, 0, "text");
+    EXPECT_EQ(recordsOf(1).back(), name.substr(0, 94) + ":text\n");
+}
+
+constexpr int32_t region = 7;
+
+ZatStatus save(const char* name) {
+    const std::string path = std::string(getenv("TEST_TMPDIR")) + "/" + name;
+    return static_cast<ZatStatus>(zatGENTrcCreateLogFile(region, path.c_str()));
+}
+
+/** Saves the region, and gives the records in the file. */
+std::string saved() {
+    EXPECT_EQ(save("log"), ZAT_OK);
+    std::ifstream file(std::string(getenv("TEST_TMPDIR")) + "/log", std::ios::binary);
+    ZatGenLogFileHead head = {};
+    file.read(reinterpret_cast<char*>(&head), sizeof head);
+    EXPECT_EQ(std::string(head.mark, 2), std::endian::native == std::endian::big ? "BB" : "LL");
+    EXPECT_TRUE(head.version == 1 && head.clockOffset == 12);
+    EXPECT_EQ(head.areaSize, zatGENGetRgnLogInfo(region)->header->size);
+    ZatClock now;
+    zatOSWGetClock(&now);
+    EXPECT_LE(now.seconds - head.time.seconds, 60u);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/** The text tells its own length. */
+void write(uint32_t length) {
+    const ZatClock time = {length, 1};
+    zatGENWriteRgnLog(region, &time, std::string(length, static_cast<char>(length)).data(), length);
+}
+
+TEST(LogFile, HoldsTheRecordsOfOneMoment) {
+    for (const int32_t size : {40, 264, 2048}) {
+        makeLog(region, size);
+        EXPECT_EQ(saved(), "");
+        Shared<uint32_t> written;
+        Shared<int> ends;
+        Worker writer([&] {
+            while (ends == 0)
+                write(++written % 20 + 1);
+            return ZatStatus{ZAT_OK};
+        });
+        for (int i = 0; i < (isSlow() ? 10 : 200) && !HasFailure(); ++i)
+            for (const std::string& text : recordsIn(saved()))
+                EXPECT_EQ(text, std::string(text.size(), static_cast<char>(text.size())));
+        EXPECT_TRUE(waitFor([&] { return written > 100; }));
+        ends = 1;
+        writer.join();
+        EXPECT_EQ(saved(), bytesOf(region));
+        zatGENDeleteRgnLog(region);
+    }
+}
+
+TEST(LogFile, SaysWhenItCannotBeWritten) {
+    EXPECT_EQ(save("log"), 0xFFFFFFFF) << "no region";
+    makeLog(region);
+    EXPECT_EQ(save("no/directory"), 0xFFFFFFFF);
+    for (const uint32_t length : {0, 7000}) {  // less and more than a buffer
+        write(length);
+        errno = 4711;
+        EXPECT_EQ(zatGENTrcCreateLogFile(region, "/dev/full"), -1);
+        EXPECT_EQ(errno, 4711);
+    }
 }
 
 }  // namespace

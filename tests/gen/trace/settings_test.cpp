@@ -2,12 +2,6 @@
 
 #include "gen/trace/settings.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <string>
-
-#include "gen/rgnlog/region_log.h"
 #include "osw/worker.h"
 
 namespace {
@@ -30,8 +24,12 @@ std::string apply(const std::string& keywords) {
     return masksOf(ZAT_GEN_SYSTEM) + " " + masksOf(0x2002);
 }
 
-TEST(TraceSettings, ChangeTheMasksThatTheirKeywordsName) {
+TEST(TraceSettings, ForwardMessagesAndChangeTheMasksThatTheirKeywordsName) {
+    EXPECT_EQ(zatGENFwdToRgn, 0u);
+    setenv("GEN_LOG_ENV", "", 1);
     ASSERT_EQ(zatGENTrcInit(), ZAT_OK);
+    EXPECT_EQ(nameOf(pthread_self()), "mainThread");
+    EXPECT_EQ(zatGENFwdToRgn, 1u);
     EXPECT_EQ(zatGENChangeTraceSetting(), ZAT_OK) << "not set";
     size_t at = 0;
     for (const std::string channel : {"PRN", "TRC", "LOG", "MONPRN", "MONTRC", "MONLOG"}) {
@@ -48,14 +46,6 @@ TEST(TraceSettings, ChangeTheMasksThatTheirKeywordsName) {
     EXPECT_EQ(apply("PRNCLEAN/TRCFULLX/MONLOGDISABLE"), "-----0 -1----");
     EXPECT_EQ(apply("/trcfull//TRCENABL/ TRCFULL/LOGENABLE/"), "--1--- ------");
     EXPECT_EQ(apply("PRNENABLE TRCENABLE"), "1----- ------") << "one keyword an entry";
-}
-
-TEST(TraceInit, BringsTheLibraryUpAndSwitchesForwardingOn) {
-    EXPECT_EQ(zatGENFwdToRgn, 0u);
-    setenv("GEN_LOG_ENV", "", 1);
-    EXPECT_EQ(zatGENTrcInit(), ZAT_OK);
-    EXPECT_EQ(nameOf(pthread_self()), "mainThread");
-    EXPECT_EQ(zatGENFwdToRgn, 1u);
 }
 
 std::string called;
@@ -101,11 +91,11 @@ TEST(TraceTerm, BeforeAnythingElseTakesNothingDown) {
     setenv("GEN_STDLOG_ENV", "400,120,STD", 1);
     EXPECT_EQ(zatGENTrcTerm(), ZAT_OK);
     EXPECT_EQ(zatOSWInit(), ZAT_OK);
-    int32_t components = 0;
-    zatGENGetTrcCompNum(&components);
-    EXPECT_EQ(components, 9);
-    EXPECT_EQ(zatGENGetRgnLogInfo(0)->id, 0);
+    EXPECT_EQ(zatGENGetTrcMask(0x2002)->id, 0x2002u);
     EXPECT_EQ(zatGENStopRgnLog(0), ZAT_OK) << "its lock and its ring are there";
+    EXPECT_EQ(zatGENCreateRgnLog(5, "own", 0, 64, 0, 0, 0, 0), ZAT_OK);
+    EXPECT_EQ(zatGENTrcTerm(), ZAT_OK);
+    EXPECT_EQ(zatGENStopRgnLog(5), ZAT_GEN_NO_LOG);
 }
 
 }  // namespace
