@@ -18,6 +18,13 @@ struct GenCloseFile {
 
 using GenFile = std::unique_ptr<FILE, GenCloseFile>;
 
+/* Opens a file, or is null with errno set. A task that was deleted in the middle of it would leave
+ * the file open. */
+inline GenFile genOpenFile(const char* path, const char* mode) {
+    const OswUncancellable uncancellable;
+    return GenFile(fopen(path, mode));
+}
+
 /* What was written is in the file only when it is closed: whether it got there. */
 inline bool genCloseWritten(GenFile file) {
     const OswUncancellable uncancellable;

@@ -26,6 +26,14 @@ static void sayFailure(const char* what, const char* path) {
            strerror_r(errno, reason, sizeof reason));
 }
 
+using Directory = std::unique_ptr<DIR, CloseDirectory>;
+
+/* One that a task was deleted in the middle of opening would stay open. */
+static Directory openDirectory(const char* path) {
+    const OswUncancellable uncancellable;
+    return Directory(opendir(path));
+}
+
 void genRunWorkDirectory(GenCommandLine&) {
     char path[PATH_MAX];
     if (getcwd(path, sizeof path) != nullptr)
@@ -37,7 +45,7 @@ void genRunWorkDirectory(GenCommandLine&) {
 void genRunListDirectory(GenCommandLine& line) {
     const char* word = line.nextWord();
     const char* path = word != nullptr ? word : ".";
-    const std::unique_ptr<DIR, CloseDirectory> directory(opendir(path));
+    const Directory directory = openDirectory(path);
     if (directory == nullptr) return sayFailure("open directory", path);
     while (const dirent* entry = readdir(directory.get()))
         genSay(" %s\n", entry->d_name);

@@ -20,7 +20,7 @@ static void sayNotOpened(const char* path) {
 void* zatGENReadFileData(const char* path, uint32_t* sizeBytes) {
     if (path == nullptr || sizeBytes == nullptr) return nullptr;
     struct statx facts;
-    const GenFile file(fopen(path, "rbe"));
+    const GenFile file = genOpenFile(path, "rbe");
     if (file == nullptr || statx(fileno(file.get()), "", AT_EMPTY_PATH, STATX_SIZE, &facts) != 0) {
         sayNotOpened(path);
         return nullptr;
@@ -44,7 +44,7 @@ void* zatGENReadFileData(const char* path, uint32_t* sizeBytes) {
 
 uint32_t zatGENWriteFileData(const char* path, const void* bytes, uint32_t lengthBytes) {
     if (path == nullptr || (bytes == nullptr && lengthBytes != 0)) return 0;
-    GenFile file(fopen(path, "wb+e"));
+    GenFile file = genOpenFile(path, "wb+e");
     if (file == nullptr) {
         genSay("< ERROR > could not open file : %s. Error Code is %d\n", path, errno);
         return 0;

@@ -56,7 +56,7 @@ void genRunFileTransfer(GenCommandLine& line) {
     if (transfer.source == nullptr) return;
     transfer.target = line.nextWord();
     const Banner start = sayMoment(transfer, "start");
-    const GenFile file(fopen(transfer.source, "rbe"));
+    const GenFile file = genOpenFile(transfer.source, "rbe");
     if (file == nullptr) {
         genSay("< ERROR > could not open file : %s\n", transfer.source);
         return;

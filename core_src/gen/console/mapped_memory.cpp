@@ -6,7 +6,7 @@
 #include "gen/file_private.h"
 
 bool genMayAccess(uint32_t address, uint32_t sizeBytes, GenAccess access) {
-    const GenFile maps(fopen("/proc/self/maps", "re"));
+    const GenFile maps = genOpenFile("/proc/self/maps", "re");
     if (maps == nullptr) return false;
     const uint64_t end = uint64_t{address} + sizeBytes;
     uint64_t reached = address;

@@ -15,7 +15,7 @@ static GenFile openFile(GenCommandLine& line, const char* question, const char* 
         name = zatGENGetInput(answer, sizeof answer);
     }
     if (name == nullptr) return nullptr;
-    GenFile file(fopen(name, mode));
+    GenFile file = genOpenFile(name, mode);
     if (file == nullptr) genSay("< ERROR > could not open file : %s.\n", name);
     return file;
 }

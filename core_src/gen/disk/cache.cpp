@@ -49,7 +49,7 @@ static bool writeNumbers(GenFile file, const FlushNumbers& numbers) {
 ZatStatus zatGENGetSysCacheParam(GenCacheParam* parameters) {
     const DiskCall call;
     if (parameters == nullptr) return ZAT_DISK_BAD_ARGUMENT;
-    const GenFile file(fopen(flushFile, "re"));
+    const GenFile file = genOpenFile(flushFile, "re");
     if (file == nullptr) return ZAT_DISK_NO_CACHE_FILE;
     FlushNumbers numbers = {};
     if (!readNumbers(file.get(), numbers)) return ZAT_DISK_BAD_ARGUMENT;
@@ -61,7 +61,7 @@ ZatStatus zatGENGetSysCacheParam(GenCacheParam* parameters) {
 ZatStatus zatGENSetSysCacheParam(const GenCacheParam* parameters) {
     const DiskCall call;
     if (parameters == nullptr) return ZAT_DISK_BAD_ARGUMENT;
-    GenFile file(fopen(flushFile, "r+e"));
+    GenFile file = genOpenFile(flushFile, "r+e");
     if (file == nullptr) return ZAT_DISK_NO_CACHE_FILE;
     FlushNumbers numbers = {};
     if (!readNumbers(file.get(), numbers)) return ZAT_DISK_BAD_ARGUMENT;

@@ -22,7 +22,7 @@ ZatStatus zatGENGetDiskAttribLen(uint32_t selector, uint32_t* sizeBytes) {
     const DiskCall call;
     if (selector == 0 || sizeBytes == nullptr)
         return complain(attributeCall, 1475, ZAT_DISK_BAD_ARGUMENT);
-    const GenFile file(fopen(attributeFile, "re"));
+    const GenFile file = genOpenFile(attributeFile, "re");
     if (file == nullptr) return ZAT_DISK_NO_PROC_FILE;
     char line[30];
     uint32_t size = 0;
@@ -49,7 +49,7 @@ static void collectText(FILE* file, uint32_t count, char* text) {
 }
 
 static ZatStatus readText(uint32_t count, char* text) {
-    const GenFile file(fopen(attributeFile, "re"));
+    const GenFile file = genOpenFile(attributeFile, "re");
     if (file == nullptr) return ZAT_DISK_NO_PROC_FILE;
     char head[40];
     if (!diskReadLine(file.get(), head)) return ZAT_DISK_BAD_ARGUMENT;

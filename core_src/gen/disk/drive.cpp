@@ -10,7 +10,7 @@ ZatStatus zatGENFindDisk(const char* device, uint32_t* kind) {
     const DiskCall call;
     if (device == nullptr || kind == nullptr) return ZAT_DISK_BAD_ARGUMENT;
     *kind = ZAT_DISK_UNKNOWN;
-    const GenFile file(fopen("/proc/ide/cf", "re"));
+    const GenFile file = genOpenFile("/proc/ide/cf", "re");
     if (file == nullptr) return ZAT_DISK_NO_PROC_FILE;
     char line[24];
     if (!diskReadLine(file.get(), line) || strstr(line, "   device type ") == nullptr)
@@ -59,7 +59,7 @@ ZatStatus zatGENGetDiskDrvLetter(const char* device, char* letter) {
     const DiskCall call;
     if (device == nullptr || letter == nullptr) return ZAT_DISK_BAD_ARGUMENT;
     *letter = ZAT_DISK_NO_LETTER;
-    const GenFile file(fopen("/etc/mtools.conf", "re"));
+    const GenFile file = genOpenFile("/etc/mtools.conf", "re");
     if (file == nullptr) return ZAT_DISK_NO_MTOOLS_CONF;
     const size_t size = strlen(device) + aroundDevice;
     const DiskText pattern = diskAllocText(size);

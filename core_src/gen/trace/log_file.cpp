@@ -87,7 +87,7 @@ int32_t zatGENTrcCreateLogFile(int32_t logId, const char* path) {
     const OswKeepErrno keepErrno;
     /* Files are where a task can be deleted, and a file half written is of no use. */
     const OswUncancellable uncancellable;
-    GenFile file(fopen(path, "wb+"));
+    GenFile file = genOpenFile(path, "wb+");
     if (file == nullptr || !writeHead(file.get(), logId)) return -1;
     Records records;
     if (!readRecords(logId, records) || !write(file.get(), records.bytes.get(), records.length))
