@@ -83,13 +83,14 @@ TEST_F(Output, GoesWhereTheMasksOfSystemAndComponentLetIt) {
                           {0x103, {"", "", "", "", "", "12"}},
                           {0x104, {}},
                           {0x107, {}}};
-    for (const auto& [type, expected] : cases) {
+    for (const Case& one : cases) {
+        const uint32_t type = one.type;
         for (uint32_t i = 0; i < 3 * 36; ++i) {
             const uint32_t level = i / 36 * 7, bySystem = i / 6 % 6, byComponent = i % 6;
             setAllMasks(static_cast<uint16_t>(~(1u << level)));
             zatGENGetTrcMask(ZAT_GEN_SYSTEM)->*masks[bySystem] |= 1u << level;
             zatGENGetTrcMask(0x2002)->*masks[byComponent] |= 1u << level;
-            const std::string reached = bySystem == byComponent ? expected[byComponent] : "";
+            const std::string reached = bySystem == byComponent ? one.expected[byComponent] : "";
             EXPECT_EQ(sinksOf([&] { zatGENTrcPrintf(0x2002, type, level, "text"); }), reached)
                 << std::hex << "type " << type << " level " << level << " masks " << i % 36;
             if (type == 0x103) continue;  // no type of dumps
