@@ -3,7 +3,7 @@
 //                             "ready" and lives until its standard input ends
 //   hold FILE                 takes a lock semaphore, says "ready" and keeps it as long as that
 //   spoil FILE NUMBER         adds to a lock semaphore for good
-//   orphan FILE NUMBER        key file and so many semaphores, without an entry
+//   orphan FILE NUMBER        key file and so many semaphores, without an entry; prints their id
 //   segment FILE              prints the id of a key file's segment
 //   write FILE OFFSET WORD... words of a key file's segment; prints what they were
 //   scramble SEED             the whole first page
@@ -92,7 +92,9 @@ static uint32_t* attach(const std::string& file) {
 
 static void makeOrphan(const std::string& file, int semaphores) {
     close(open((getenv("GEN_MSGQ_PATH") + file).c_str(), O_CREAT | O_RDWR, 0666));
-    demand(semget(keyOf(file), semaphores, IPC_CREAT | 0666) >= 0, file.c_str());
+    const int made = semget(keyOf(file), semaphores, IPC_CREAT | 0666);
+    demand(made >= 0, file.c_str());
+    printf("%d\n", made);
 }
 
 // Plausible words and wild ones; the head and entries alike.
