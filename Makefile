@@ -138,7 +138,7 @@ bench: setup-bench ## Measure (ARGS="--benchmark_filter=..." and the like)
 	    [ -e "$$source" ] || break; \
 	    found=1; name=$$(basename "$$source" .cpp); \
 	    echo "== $$name"; \
-	    build/bench/run-on-target build/bench/bench/$$name $(ARGS); \
+	    tests/support/isolate.sh -- build/bench/bench/$$name $(ARGS); \
 	done; \
 	if [ -z "$$found" ]; then echo "bench/ has no benchmarks"; exit 1; fi
 
